@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs what the wizard, its tools and its tests need from Debian's packages, then
+# configures and builds. Safe to run again: installed packages are not fetched twice.
+#   BUILD_DIR    build folder (default: build)
+#   BUILD_TYPE   CMake build type (default: RelWithDebInfo)
+#   LABFOLIO_CMAKE_ARGS  extra arguments for the configure step (e.g. -DLABFOLIO_SANITIZE=ON)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=(
+  build-essential cmake ninja-build ccache pkg-config
+  qt6-base-dev qt6-svg-dev libqt6svg6
+  unixodbc unixodbc-dev tdsodbc freetds-bin
+  librdkit-dev libboost-dev libboost-serialization-dev libboost-iostreams-dev
+  libpugixml-dev libsqlite3-dev libfmt-dev
+  libgtest-dev libgmock-dev
+  xvfb xauth fonts-dejavu-core
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+
+if ((${#missing[@]})); then
+  SUDO=""
+  if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+  echo "setup: installing ${missing[*]}"
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+BUILD_DIR=${BUILD_DIR:-build}
+BUILD_TYPE=${BUILD_TYPE:-RelWithDebInfo}
+# shellcheck disable=SC2086
+cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE="$BUILD_TYPE" ${LABFOLIO_CMAKE_ARGS:-}
+cmake --build "$BUILD_DIR" -j "$(nproc)"

@@ -1,0 +1,312 @@
+#include "RegFileRegistry.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace reg {
+namespace {
+
+std::string upper(std::string s)
+{
+    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::toupper(c); });
+    return s;
+}
+
+void appendUtf8(std::string& out, uint32_t cp)
+{
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+// UTF-16LE bytes (no BOM) to UTF-8; an unpaired surrogate becomes U+FFFD.
+std::string utf16leToUtf8(const std::string& bytes)
+{
+    std::string out;
+    for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        uint32_t u = static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8);
+        if (u >= 0xD800 && u < 0xDC00 && i + 3 < bytes.size()) {
+            uint32_t lo = static_cast<unsigned char>(bytes[i + 2]) | (static_cast<unsigned char>(bytes[i + 3]) << 8);
+            if (lo >= 0xDC00 && lo < 0xE000) {
+                appendUtf8(out, 0x10000 + ((u - 0xD800) << 10) + (lo - 0xDC00));
+                i += 2;
+                continue;
+            }
+        }
+        appendUtf8(out, (u >= 0xD800 && u < 0xE000) ? 0xFFFD : u);
+    }
+    return out;
+}
+
+std::string toUtf8Text(const std::string& raw)
+{
+    if (raw.size() >= 2 && static_cast<unsigned char>(raw[0]) == 0xFF && static_cast<unsigned char>(raw[1]) == 0xFE)
+        return utf16leToUtf8(raw.substr(2));
+    if (raw.size() >= 3 && raw.compare(0, 3, "\xEF\xBB\xBF") == 0)
+        return raw.substr(3);
+    return raw;
+}
+
+std::string canonicalHive(const std::string& name)
+{
+    const std::string u = upper(name);
+    if (u == "HKEY_LOCAL_MACHINE" || u == "HKLM")
+        return "HKEY_LOCAL_MACHINE";
+    if (u == "HKEY_CLASSES_ROOT" || u == "HKCR")
+        return "HKEY_CLASSES_ROOT";
+    if (u == "HKEY_CURRENT_USER" || u == "HKCU")
+        return "HKEY_CURRENT_USER";
+    if (u == "HKEY_USERS" || u == "HKU")
+        return "HKEY_USERS";
+    return u;
+}
+
+// "HKLM\\A\\B" -> "HKEY_LOCAL_MACHINE\\A\\B" upper-cased, without doubled or trailing backslashes.
+std::string canonicalKey(const std::string& path)
+{
+    std::string hive = path.substr(0, path.find('\\'));
+    std::string rest = path.size() > hive.size() ? path.substr(hive.size() + 1) : std::string();
+    std::string out = canonicalHive(hive);
+    std::string part;
+    std::istringstream in(rest);
+    while (std::getline(in, part, '\\'))
+        if (!part.empty())
+            out += "\\" + upper(part);
+    return out;
+}
+
+std::string hiveName(Hive hive)
+{
+    return hive == Hive::ClassesRoot ? "HKEY_CLASSES_ROOT" : "HKEY_LOCAL_MACHINE";
+}
+
+// Reads a quoted string starting at s[pos] == '"'; returns the unescaped text and moves pos past it.
+bool readQuoted(const std::string& s, size_t& pos, std::string& out)
+{
+    if (pos >= s.size() || s[pos] != '"')
+        return false;
+    ++pos;
+    out.clear();
+    while (pos < s.size()) {
+        char c = s[pos++];
+        if (c == '\\' && pos < s.size()) {
+            out += s[pos++];
+        } else if (c == '"') {
+            return true;
+        } else {
+            out += c;
+        }
+    }
+    return false;
+}
+
+std::string hexBytes(const std::string& list)
+{
+    std::string out;
+    std::string token;
+    for (char c : list + ",") {
+        if (c == ',') {
+            if (!token.empty())
+                out += static_cast<char>(std::stoi(token, nullptr, 16));
+            token.clear();
+        } else if (std::isxdigit(static_cast<unsigned char>(c))) {
+            token += c;
+        }
+    }
+    return out;
+}
+
+// hex(2)/hex(7) data is UTF-16LE in version 5 files and the narrow code page in REGEDIT4
+// files; the narrow API hands out the narrow form.
+std::string narrowFromRegData(const std::string& data, bool unicodeFile)
+{
+    return unicodeFile ? utf16leToUtf8(data) : data;
+}
+
+}  // namespace
+
+RegFileRegistry::RegFileRegistry(std::string path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return;
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    parse(bytes);
+}
+
+std::unique_ptr<RegFileRegistry> RegFileRegistry::fromBytes(const std::string& bytes)
+{
+    std::unique_ptr<RegFileRegistry> r(new RegFileRegistry());
+    r->parse(bytes);
+    return r;
+}
+
+void RegFileRegistry::parse(const std::string& raw)
+{
+    const std::string text = toUtf8Text(raw);
+    // Logical lines: hex data that regedit wraps ends a physical line with a backslash and
+    // goes on, indented, on the next one.
+    std::vector<std::string> lines;
+    {
+        std::string line, pending;
+        std::istringstream in(text);
+        while (std::getline(in, line)) {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            if (!pending.empty()) {
+                size_t first = line.find_first_not_of(" \t");
+                line = pending + (first == std::string::npos ? std::string() : line.substr(first));
+                pending.clear();
+            }
+            const bool isHexValue = line.find("=hex") != std::string::npos;
+            if (isHexValue && !line.empty() && line.back() == '\\') {
+                line.pop_back();
+                pending = line;
+                continue;
+            }
+            lines.push_back(line);
+        }
+        if (!pending.empty())
+            lines.push_back(pending);
+    }
+
+    bool unicodeFile = true;
+    std::map<std::string, Value>* current = nullptr;
+    for (const std::string& rawLine : lines) {
+        size_t start = rawLine.find_first_not_of(" \t");
+        if (start == std::string::npos)
+            continue;
+        const std::string line = rawLine.substr(start);
+        if (line[0] == ';')
+            continue;
+        if (line.rfind("REGEDIT4", 0) == 0) {
+            unicodeFile = false;
+            continue;
+        }
+        if (line.rfind("Windows Registry Editor", 0) == 0)
+            continue;
+        if (line[0] == '[') {
+            size_t close = line.rfind(']');
+            std::string path = line.substr(1, close == std::string::npos ? std::string::npos : close - 1);
+            if (!path.empty() && path[0] == '-') {
+                current = nullptr;   // key deletion: not part of what exists
+                continue;
+            }
+            current = &m_keys[canonicalKey(path)];
+            continue;
+        }
+        if (!current)
+            continue;
+        std::string name;
+        size_t pos = 0;
+        if (line[0] == '@') {
+            pos = 1;
+        } else if (!readQuoted(line, pos, name)) {
+            continue;
+        }
+        if (pos >= line.size() || line[pos] != '=')
+            continue;
+        ++pos;
+        const std::string rhs = line.substr(pos);
+        Value v;
+        if (rhs == "-") {
+            continue;   // value deletion
+        } else if (!rhs.empty() && rhs[0] == '"') {
+            size_t p = 0;
+            std::string s;
+            if (!readQuoted(rhs, p, s))
+                continue;
+            v.type = kTypeSz;
+            v.bytes = s + std::string(1, '\0');
+        } else if (rhs.rfind("dword:", 0) == 0) {
+            uint32_t d = static_cast<uint32_t>(std::stoul(rhs.substr(6), nullptr, 16));
+            v.type = kTypeDword;
+            v.bytes.assign(reinterpret_cast<const char*>(&d), 4);
+        } else if (rhs.rfind("hex(", 0) == 0) {
+            size_t close = rhs.find("):");
+            if (close == std::string::npos)
+                continue;
+            v.type = static_cast<uint32_t>(std::stoul(rhs.substr(4, close - 4), nullptr, 16));
+            std::string data = hexBytes(rhs.substr(close + 2));
+            if (v.type == kTypeMultiSz || v.type == kTypeExpandSz || v.type == kTypeSz)
+                data = narrowFromRegData(data, unicodeFile);
+            v.bytes = data;
+        } else if (rhs.rfind("hex:", 0) == 0) {
+            v.type = kTypeBinary;
+            v.bytes = hexBytes(rhs.substr(4));
+        } else {
+            continue;
+        }
+        (*current)[upper(name)] = v;
+    }
+}
+
+long RegFileRegistry::openKey(Hive hive, const std::string& subKey, uint32_t, uint32_t, KeyHandle& key)
+{
+    const std::string wanted = canonicalKey(hiveName(hive) + "\\" + subKey);
+    // A key exists when it is listed or when a listed key lies below it.
+    auto it = m_keys.lower_bound(wanted);
+    bool exists = it != m_keys.end() &&
+                  (it->first == wanted || it->first.rfind(wanted + "\\", 0) == 0);
+    if (!exists)
+        return kFileNotFound;
+    std::lock_guard lock(m_mutex);
+    m_openKeys.push_back(wanted);
+    key = m_openKeys.size();
+    return kSuccess;
+}
+
+long RegFileRegistry::queryValue(KeyHandle key, const std::string& valueName, uint32_t* type,
+                                 unsigned char* data, uint32_t* size)
+{
+    std::string path;
+    {
+        std::lock_guard lock(m_mutex);
+        if (key == 0 || key > m_openKeys.size())
+            return 6;   // ERROR_INVALID_HANDLE
+        path = m_openKeys[key - 1];
+    }
+    auto k = m_keys.find(path);
+    if (k == m_keys.end())
+        return kFileNotFound;
+    auto v = k->second.find(upper(valueName));
+    if (v == k->second.end())
+        return kFileNotFound;
+    const Value& value = v->second;
+    if (type)
+        *type = value.type;
+    if (!size)
+        return kSuccess;
+    const uint32_t needed = static_cast<uint32_t>(value.bytes.size());
+    if (data && *size < needed) {
+        *size = needed;
+        return kMoreData;
+    }
+    if (data)
+        std::memcpy(data, value.bytes.data(), needed);
+    *size = needed;
+    return kSuccess;
+}
+
+void RegFileRegistry::closeKey(KeyHandle)
+{
+    // Handles are indices into a small table that lives with the registry; nothing to release.
+}
+
+}  // namespace reg

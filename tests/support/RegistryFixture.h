@@ -1,0 +1,34 @@
+#pragma once
+
+#include "RegFileRegistry.h"
+#include "TempDir.h"
+
+#include <memory>
+
+// Installs a registry read from .reg text for the scope of a test: the real file reader
+// over a file the test writes.
+class RegistryFixture {
+public:
+    explicit RegistryFixture(const std::string& regText)
+        : m_override(std::make_shared<reg::RegFileRegistry>(m_dir.write("machine.reg", regText).string()))
+    {
+    }
+
+private:
+    TempDir m_dir;
+    reg::ScopedRegistryOverride m_override;
+};
+
+// The text regedit writes for a machine with SQL Server instances, the product and the
+// chemistry component installed; tests take the parts they need.
+namespace regtext {
+inline const char* kHeader = "Windows Registry Editor Version 5.00\r\n\r\n";
+// InstalledInstances = MSSQLSERVER, VELDRIN as regedit's hex(7) UTF-16LE bytes.
+inline const char* kInstancesMssqlVeldrin =
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n"
+    "\"InstalledInstances\"=hex(7):4d,00,53,00,53,00,51,00,4c,00,53,00,45,00,52,00,56,00,45,00,\\\r\n"
+    "  52,00,00,00,56,00,45,00,4c,00,44,00,52,00,49,00,4e,00,00,00,00,00\r\n\r\n";
+inline const char* kProductKey = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Veldrin\\Labfolio\\10.0]\r\n\"Path\"=\"C:\\\\Labfolio\"\r\n\r\n";
+inline const char* kChemistryKey =
+    "[HKEY_CLASSES_ROOT\\Strucora10.Document\\CLSID]\r\n@=\"{6A2B5E10-0000-4000-8000-00AA00BB00CC}\"\r\n\r\n";
+}  // namespace regtext
