@@ -1,0 +1,102 @@
+#pragma once
+
+#include <QWidget>
+
+#include <cstdint>
+#include <string>
+
+class Prompter;
+class QFrame;
+class QLabel;
+class QPushButton;
+class TaskPickerCtl;
+class WelcomeCtl;
+class WizardPage;
+
+// The wizard's only main window: a header band, one content area showing one page at a time,
+// a bottom note and four buttons. It owns every page for the whole run, keeps the number of
+// the page on show and moves between pages.
+class frmInstall : public QWidget {
+    Q_OBJECT
+public:
+    // Page numbers; the task flows dispatch on them.
+    enum Page : int16_t {
+        WelcomePage = 0,
+        TaskPage = 1,
+        ServerPage = 2,
+        DatabasePage = 3,
+        IndexLocationPage = 4,
+        ServiceNamePage = 5,
+        ServiceFolderPage = 6,
+        BackupFolderPage = 7,
+        SummaryPage = 8,
+        ProgressPage = 9,
+        LocalDatabaseNoticePage = 10,
+        FinishedPage = 11,
+        ServiceFilePage = 12,
+    };
+
+    explicit frmInstall(Prompter& prompter, QWidget* parent = nullptr);
+    ~frmInstall() override;
+
+    int16_t CurrentPage() const { return m_currentPage; }
+
+    // Shared with the pages and operations.
+    const std::string& LocalServerName() const { return m_localServerName; }
+    const std::string& ServerLoginName() const { return m_serverLoginName; }
+    const std::string& ServerLoginPWD() const { return m_serverLoginPWD; }
+
+    WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
+    TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
+
+    // Every page the frame hosts, for layout and for the rule that exactly one is visible.
+    QList<WizardPage*> pages() const;
+
+    // The rectangle an ordinary page fills: from the line under the header band to the top
+    // of the bottom note.
+    QRect pageRect() const;
+
+    // Button handlers (also driven by tests).
+    void cmdNext_Click();
+    void cmdBack_Click();
+    void cmdCancel_Click();
+    void cmdDone_Click();
+
+    void ShowWelcomePage();
+    void ShowTaskPage();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void Form_Load();
+    void layoutImages();
+    void layoutPages();
+    void setHeaderBandVisible(bool visible);
+    void showPage(WizardPage* page, Page number);
+    void updateNextAvailability();
+    void reportNextError(const std::string& description);
+
+    Prompter& m_prompter;
+
+    QFrame* Frame1;
+    QLabel* lblTop;
+    QLabel* lblHeader;
+    QLabel* lblBottom;
+    QLabel* Image1;
+    QLabel* Image2;
+    QFrame* Line1;
+    QFrame* Line2;
+    QPushButton* cmdBack;
+    QPushButton* cmdNext;
+    QPushButton* cmdCancel;
+    QPushButton* cmdDone;
+
+    WelcomeCtl* mWelcomeCtl;
+    TaskPickerCtl* mTaskPickerCtl;
+
+    int16_t m_currentPage = WelcomePage;
+    std::string m_localServerName;
+    std::string m_serverLoginName;
+    std::string m_serverLoginPWD;
+};

@@ -1,0 +1,186 @@
+#include "RegistryFixture.h"
+#include "ScriptedPrompter.h"
+#include "TaskPickerCtl.h"
+#include "WelcomeCtl.h"
+#include "WizardPage.h"
+#include "frmInstall.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+class FrameTest : public ::testing::Test {
+protected:
+    explicit FrameTest(std::string reg = std::string(regtext::kHeader) + regtext::kInstancesMssqlVeldrin +
+                                         regtext::kProductKey + regtext::kChemistryKey)
+        : registry(reg)
+    {
+        window = std::make_unique<frmInstall>(prompter);
+        window->show();
+    }
+
+    template <class T = QWidget>
+    T* child(const char* name)
+    {
+        auto* w = window->findChild<T*>(name);
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+
+    int visiblePages()
+    {
+        int n = 0;
+        for (WizardPage* p : window->pages())
+            n += p->isVisible();
+        return n;
+    }
+
+    RegistryFixture registry;
+    ScriptedPrompter prompter;
+    std::unique_ptr<frmInstall> window;
+};
+
+}  // namespace
+
+TEST_F(FrameTest, StartsOnTheWelcomePageWithBackDisabledAndFinishAndBottomNoteHidden)
+{
+    EXPECT_EQ(window->CurrentPage(), frmInstall::WelcomePage);
+    EXPECT_TRUE(window->welcomePage()->isVisible());
+    EXPECT_FALSE(child<QPushButton>("cmdBack")->isEnabled());
+    EXPECT_FALSE(child<QPushButton>("cmdDone")->isVisible());
+    EXPECT_FALSE(child<QLabel>("lblBottom")->isVisible());
+    EXPECT_FALSE(child("Frame1")->isVisible());
+    EXPECT_FALSE(child("Line1")->isVisible());
+    EXPECT_FALSE(child("Line2")->isVisible());
+    EXPECT_TRUE(child("Image1")->isVisible());
+    EXPECT_EQ(visiblePages(), 1);
+}
+
+TEST_F(FrameTest, CaptionsOfTheButtonsAndTheWindow)
+{
+    EXPECT_EQ(child<QPushButton>("cmdBack")->text(), "< &Back");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "Next >");
+    EXPECT_EQ(child<QPushButton>("cmdCancel")->text(), "&Cancel");
+    EXPECT_EQ(child<QPushButton>("cmdDone")->text(), "Finish");
+    EXPECT_FALSE(window->windowTitle().isEmpty());
+}
+
+TEST_F(FrameTest, NextShowsTheTaskPickerAndBackReturns)
+{
+    QTest::mouseClick(child<QPushButton>("cmdNext"), Qt::LeftButton);
+    EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
+    EXPECT_TRUE(window->taskPickerPage()->isVisible());
+    EXPECT_FALSE(window->welcomePage()->isVisible());
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_TRUE(child<QPushButton>("cmdBack")->isEnabled());
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Setup Tasks");
+    EXPECT_EQ(child<QLabel>("lblHeader")->text(), "Select the task you want to perform.");
+    EXPECT_TRUE(child<QLabel>("lblBottom")->isVisible());
+    EXPECT_TRUE(child<QLabel>("lblBottom")->text().isEmpty());
+    EXPECT_TRUE(child("Frame1")->isVisible());
+    EXPECT_TRUE(child("Line1")->isVisible());
+    EXPECT_FALSE(child("Image1")->isVisible());
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "Next >");
+
+    QTest::mouseClick(child<QPushButton>("cmdBack"), Qt::LeftButton);
+    EXPECT_EQ(window->CurrentPage(), frmInstall::WelcomePage);
+    EXPECT_TRUE(window->welcomePage()->isVisible());
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_FALSE(child<QPushButton>("cmdBack")->isEnabled());
+    EXPECT_FALSE(child<QLabel>("lblTop")->isVisible());
+    EXPECT_FALSE(child<QLabel>("lblHeader")->isVisible());
+    EXPECT_FALSE(child<QLabel>("lblBottom")->isVisible());
+}
+
+TEST_F(FrameTest, TheTaskPickerKeepsItsSelectionWhenTheUserComesBack)
+{
+    window->cmdNext_Click();
+    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mConnectOption"), Qt::LeftButton);
+    window->cmdBack_Click();
+    window->cmdNext_Click();
+    EXPECT_EQ(window->taskPickerPage()->Task(), 2);
+}
+
+TEST_F(FrameTest, ResizingKeepsPagesInTheirRectangleAndClearOfTheButtons)
+{
+    window->cmdNext_Click();
+    for (QSize size : {QSize(560, 380), QSize(900, 700), QSize(660, 450)}) {
+        window->resize(size);
+        QApplication::processEvents();
+        const QRect page = window->taskPickerPage()->geometry();
+        EXPECT_EQ(page, window->pageRect());
+        const QRect bottom = child("lblBottom")->geometry();
+        EXPECT_LE(page.bottom(), bottom.top());
+        for (const char* b : {"cmdBack", "cmdNext", "cmdCancel", "cmdDone"})
+            EXPECT_FALSE(page.intersects(child(b)->geometry())) << b;
+        EXPECT_LE(bottom.bottom(), child("Line2")->geometry().top());
+        EXPECT_GE(page.top(), child("Line1")->geometry().bottom());
+        // Image2 at the right edge, the title ending where it begins.
+        EXPECT_EQ(child("Image2")->geometry().right(), window->width() - 1);
+        EXPECT_EQ(child("lblTop")->geometry().right() + 1, child("Image2")->x());
+        EXPECT_EQ(child("Image1")->width(), child("Image2")->width());
+    }
+    window->cmdBack_Click();
+    const QRect welcome = window->welcomePage()->geometry();
+    EXPECT_EQ(welcome.left(), child("Image1")->width() + 10);
+    EXPECT_LE(welcome.bottom(), child("Line2")->geometry().top());
+}
+
+TEST_F(FrameTest, BottomNoteHoldsFourLines)
+{
+    const int line = QFontMetrics(child("lblBottom")->font()).boundingRect("My").height();
+    EXPECT_EQ(child("lblBottom")->height(), (line + 1) * 4);
+}
+
+TEST_F(FrameTest, CancelAsksAndNoKeepsTheWindow)
+{
+    prompter.queueAnswer(MsgAnswer::No);
+    QTest::mouseClick(child<QPushButton>("cmdCancel"), Qt::LeftButton);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].text, "Are you sure you want to exit Labfolio Multi-User Setup?");
+    EXPECT_EQ(prompter.shown()[0].title, "Labfolio Multi-User Setup");
+    EXPECT_EQ(prompter.shown()[0].buttons, MsgButtons::YesNo);
+    EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(FrameTest, CancelYesClosesTheWindow)
+{
+    window->cmdNext_Click();
+    prompter.queueAnswer(MsgAnswer::Yes);
+    window->cmdCancel_Click();
+    EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(FrameTest, FinishClosesTheWindow)
+{
+    window->cmdDone_Click();
+    EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(FrameTest, TitleFontIsBoldAndOnePointLargerThanTheHeader)
+{
+    const QFont top = child("lblTop")->font();
+    const QFont header = child("lblHeader")->font();
+    EXPECT_TRUE(top.bold());
+    EXPECT_FALSE(header.bold());
+    EXPECT_EQ(top.pointSize(), header.pointSize() + 1);
+}
+
+class FrameWithoutEngine : public FrameTest {
+protected:
+    FrameWithoutEngine() : FrameTest(regtext::kHeader) {}
+};
+
+TEST_F(FrameWithoutEngine, TaskPickerOffersWhatTheRegistryAllows)
+{
+    window->cmdNext_Click();
+    auto* picker = window->taskPickerPage();
+    EXPECT_EQ(picker->Task(), 2);
+    EXPECT_FALSE(picker->findChild<QRadioButton*>("mServeDatabaseOption")->isEnabled());
+    EXPECT_FALSE(picker->findChild<QRadioButton*>("mRebuildMolIDsOption")->isEnabled());
+    EXPECT_TRUE(picker->findChild<QRadioButton*>("mConnectOption")->isChecked());
+}
