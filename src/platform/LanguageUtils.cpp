@@ -1,6 +1,7 @@
 #include "LanguageUtils.h"
 
 #include "SystemInfo.h"
+#include "TextEncoding.h"
 
 #include <initializer_list>
 
@@ -11,18 +12,8 @@ namespace {
 std::string fromCodePoints(std::initializer_list<uint32_t> cps)
 {
     std::string out;
-    for (uint32_t cp : cps) {
-        if (cp < 0x80) {
-            out += static_cast<char>(cp);
-        } else if (cp < 0x800) {
-            out += static_cast<char>(0xC0 | (cp >> 6));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
-        } else {
-            out += static_cast<char>(0xE0 | (cp >> 12));
-            out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (cp & 0x3F));
-        }
-    }
+    for (uint32_t cp : cps)
+        text::AppendUtf8(out, cp);
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include "RegFileRegistry.h"
 
+#include "TextEncoding.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -16,48 +18,10 @@ std::string upper(std::string s)
     return s;
 }
 
-void appendUtf8(std::string& out, uint32_t cp)
-{
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
-// UTF-16LE bytes (no BOM) to UTF-8; an unpaired surrogate becomes U+FFFD.
-std::string utf16leToUtf8(const std::string& bytes)
-{
-    std::string out;
-    for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        uint32_t u = static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8);
-        if (u >= 0xD800 && u < 0xDC00 && i + 3 < bytes.size()) {
-            uint32_t lo = static_cast<unsigned char>(bytes[i + 2]) | (static_cast<unsigned char>(bytes[i + 3]) << 8);
-            if (lo >= 0xDC00 && lo < 0xE000) {
-                appendUtf8(out, 0x10000 + ((u - 0xD800) << 10) + (lo - 0xDC00));
-                i += 2;
-                continue;
-            }
-        }
-        appendUtf8(out, (u >= 0xD800 && u < 0xE000) ? 0xFFFD : u);
-    }
-    return out;
-}
-
 std::string toUtf8Text(const std::string& raw)
 {
     if (raw.size() >= 2 && static_cast<unsigned char>(raw[0]) == 0xFF && static_cast<unsigned char>(raw[1]) == 0xFE)
-        return utf16leToUtf8(raw.substr(2));
+        return text::Utf16leToUtf8(raw.substr(2));
     if (raw.size() >= 3 && raw.compare(0, 3, "\xEF\xBB\xBF") == 0)
         return raw.substr(3);
     return raw;
@@ -136,7 +100,7 @@ std::string hexBytes(const std::string& list)
 // files; the narrow API hands out the narrow form.
 std::string narrowFromRegData(const std::string& data, bool unicodeFile)
 {
-    return unicodeFile ? utf16leToUtf8(data) : data;
+    return unicodeFile ? text::Utf16leToUtf8(data) : data;
 }
 
 }  // namespace
