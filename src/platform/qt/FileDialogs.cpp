@@ -37,8 +37,8 @@ public:
         QFileDialog dialog(owner, title);
         dialog.setFileMode(QFileDialog::Directory);
         QFileDialog::Options options;
-        // Qt's dialog lists file-system folders only in any case; kBrowseOnlyFileSystemDirs
-        // also keeps files out of the list, as the shell's browser does.
+        // Directory mode already accepts folders only; the shell's browser also lists no
+        // files, which ShowDirsOnly gives.
         if (flags & kBrowseOnlyFileSystemDirs)
             options |= QFileDialog::ShowDirsOnly;
         // The browser's old style has no way to make a new folder; Qt's read-only model hides
