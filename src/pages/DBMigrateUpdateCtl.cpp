@@ -12,11 +12,12 @@ DBMigrateUpdateCtl::DBMigrateUpdateCtl(QWidget* parent)
     m_rtbSum->setGeometry(rect());
 }
 
-void DBMigrateUpdateCtl::Initialize(QString SrcServerName, QString SrcDBName, QString TargetServerName,
-                                    QString TargetDBName, QString SrcMSTFilePath, QString TargetMSTFilePath,
-                                    QString /*UDLPath*/, QString /*ServerConfigPath*/,
-                                    QString /*ServiceConfigPath*/, QString ServiceName,
-                                    QString BackupFilePath)
+void DBMigrateUpdateCtl::Initialize(const QString& SrcServerName, const QString& SrcDBName,
+                                    const QString& TargetServerName, const QString& TargetDBName,
+                                    const QString& SrcMSTFilePath, const QString& TargetMSTFilePath,
+                                    const QString& /*UDLPath*/, const QString& /*ServerConfigPath*/,
+                                    const QString& /*ServiceConfigPath*/, const QString& ServiceName,
+                                    const QString& BackupFilePath)
 {
     // Values are shown as received: an empty one leaves its label alone, trailing blank kept.
     const QStringList lines = {

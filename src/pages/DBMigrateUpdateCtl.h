@@ -13,10 +13,11 @@ public:
 
     // Replaces the whole summary. UDLPath, ServerConfigPath and ServiceConfigPath are taken
     // but not shown.
-    void Initialize(QString SrcServerName, QString SrcDBName, QString TargetServerName, QString TargetDBName,
-                    QString SrcMSTFilePath, QString TargetMSTFilePath, QString UDLPath,
-                    QString ServerConfigPath, QString ServiceConfigPath, QString ServiceName,
-                    QString BackupFilePath);
+    void Initialize(const QString& SrcServerName, const QString& SrcDBName, const QString& TargetServerName,
+                    const QString& TargetDBName, const QString& SrcMSTFilePath,
+                    const QString& TargetMSTFilePath, const QString& UDLPath, const QString& ServerConfigPath,
+                    const QString& ServiceConfigPath, const QString& ServiceName,
+                    const QString& BackupFilePath);
 
     // The text the last Initialize put into the box, its lines joined by "\r\n".
     const QString& summaryText() const { return m_summaryText; }

@@ -10,7 +10,8 @@ MSTFileUpdateCtl::MSTFileUpdateCtl(QWidget* parent) : WizardPage(parent), m_rtbS
     m_rtbSum->setGeometry(rect());
 }
 
-void MSTFileUpdateCtl::Initialize(QString ServerName, QString DatabaseName, QString MSTFilePath)
+void MSTFileUpdateCtl::Initialize(const QString& ServerName, const QString& DatabaseName,
+                                  const QString& MSTFilePath)
 {
     m_summaryText = QStringLiteral("Server: ") + ServerName + QStringLiteral("\r\nDatabase: ") +
                     DatabaseName + QStringLiteral("\r\nMST File Location: ") + MSTFilePath;

@@ -11,7 +11,7 @@ public:
     explicit MSTFileUpdateCtl(QWidget* parent = nullptr);
 
     // Replaces the whole summary. MSTFilePath is the folder as typed or chosen.
-    void Initialize(QString ServerName, QString DatabaseName, QString MSTFilePath);
+    void Initialize(const QString& ServerName, const QString& DatabaseName, const QString& MSTFilePath);
 
     // The text the last Initialize put into the box, its lines joined by "\r\n".
     const QString& summaryText() const { return m_summaryText; }
