@@ -180,3 +180,26 @@ TYPED_TEST(FolderPageTest, KeepsItsTextAcrossHideAndShow)
 }
 
 } // namespace
+
+namespace {
+
+// The frame gives every page the same rectangle, the hidden ones included; a hidden page lays
+// itself out when it is shown.
+class FolderPageInFrameTest : public PageFixture {};
+
+TEST_F(FolderPageInFrameTest, PageResizedWhileHiddenIsLaidOutWhenShown)
+{
+    QWidget frame;
+    frame.resize(700, 400);
+    auto* page = new BackupDirectoryCtl(&frame);
+    frame.show();
+    page->hide();
+    page->setGeometry(0, 60, 560, 250);
+    page->show();
+    auto* button = page->findChild<QPushButton*>("mBrowseButton");
+    auto* box = page->findChild<QLineEdit*>("mBackupDirectoryTextBox");
+    EXPECT_EQ(button->x() + button->width(), 560);
+    EXPECT_GT(button->x(), box->x() + box->width());
+}
+
+} // namespace
