@@ -135,6 +135,7 @@ void TaskPickerCtl::optionClicked(int index)
     QRadioButton* clicked = m_options[index];
     if (!clicked->isChecked())
         return;   // the event of an option being cleared changes nothing
+    const bool changed = m_task != index + 1;
     m_task = index + 1;
     for (int i = 0; i < 6; ++i)
         if (i != index)
@@ -143,6 +144,8 @@ void TaskPickerCtl::optionClicked(int index)
     QString shown = QString::fromStdString(m_explanation);
     shown.replace("\r\n", "\n");
     m_explanationTextBox->setPlainText(shown);
+    if (changed)
+        emit taskChanged(m_task);
 }
 
 QWidget* TaskPickerCtl::focusField() const

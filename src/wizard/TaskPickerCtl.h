@@ -38,6 +38,10 @@ public:
 
     QWidget* focusField() const override;
 
+signals:
+    // The selection changed to another task.
+    void taskChanged(int32_t task);
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
 

@@ -1,6 +1,14 @@
 #include "frmInstall.h"
 
 #include "ApplyLanguageFont.h"
+#include "BackupDirectoryCtl.h"
+#include "DBMigrateUpdateCtl.h"
+#include "MSTFileLocationCtl.h"
+#include "MSTFileUpdateCtl.h"
+#include "PageHeaders.h"
+#include "ServiceDirectoryCtl.h"
+#include "ServiceFileCtl.h"
+#include "ServiceNameCtl.h"
 #include "LfError.h"
 #include "Prompter.h"
 #include "TaskPickerCtl.h"
@@ -120,8 +128,23 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mWelcomeCtl->setObjectName("mWelcomeCtl");
     mTaskPickerCtl = new TaskPickerCtl(this);
     mTaskPickerCtl->setObjectName("mTaskPickerCtl");
+    mMSTFileLocationCtl = new MSTFileLocationCtl(this);
+    mMSTFileLocationCtl->setObjectName("mMSTFileLocationCtl");
+    mMSTFileUpdateCtl = new MSTFileUpdateCtl(this);
+    mMSTFileUpdateCtl->setObjectName("mMSTFileUpdateCtl");
+    mServiceDirectoryCtl = new ServiceDirectoryCtl(this);
+    mServiceDirectoryCtl->setObjectName("mServiceDirectoryCtl");
+    mDBMigrateUpdateCtl = new DBMigrateUpdateCtl(this);
+    mDBMigrateUpdateCtl->setObjectName("mDBMigrateUpdateCtl");
+    mServiceNameCtl = new ServiceNameCtl(this);
+    mServiceNameCtl->setObjectName("mServiceNameCtl");
+    mServiceFileCtl = new ServiceFileCtl(this);
+    mServiceFileCtl->setObjectName("mServiceFileCtl");
+    mBackupDirectoryCtl = new BackupDirectoryCtl(this);
+    mBackupDirectoryCtl->setObjectName("mBackupDirectoryCtl");
     for (WizardPage* page : pages())
         page->hide();
+    connect(mTaskPickerCtl, &TaskPickerCtl::taskChanged, this, &frmInstall::updateNextAvailability);
 
     Form_Load();
 }
@@ -130,7 +153,9 @@ frmInstall::~frmInstall() = default;
 
 QList<WizardPage*> frmInstall::pages() const
 {
-    return {mWelcomeCtl, mTaskPickerCtl};
+    return {mWelcomeCtl,         mTaskPickerCtl,      mMSTFileLocationCtl, mMSTFileUpdateCtl,
+            mServiceDirectoryCtl, mDBMigrateUpdateCtl, mServiceNameCtl,     mServiceFileCtl,
+            mBackupDirectoryCtl};
 }
 
 void frmInstall::Form_Load()
@@ -232,21 +257,85 @@ void frmInstall::ShowWelcomePage()
     updateNextAvailability();
 }
 
+int32_t frmInstall::task() const
+{
+    return mTaskPickerCtl->Task();
+}
+
+void frmInstall::applyHeader(const PageHeader& header)
+{
+    lblTop->setText(QString::fromStdString(header.top));
+    lblHeader->setText(QString::fromStdString(header.header));
+    if (header.bottom)
+        lblBottom->setText(QString::fromStdString(*header.bottom));
+    if (header.nextCaption)
+        cmdNext->setText(QString::fromStdString(*header.nextCaption));
+}
+
+void frmInstall::showInputPage(WizardPage* page, Page number)
+{
+    applyHeader(HeaderFor(number, task()));
+    showPage(page, number);
+    page->takeFocus();
+    updateNextAvailability();
+}
+
 void frmInstall::ShowTaskPage()
 {
-    lblTop->setText("Setup Tasks");
-    lblHeader->setText("Select the task you want to perform.");
-    lblBottom->setText("");
-    cmdNext->setText("Next >");
-    showPage(mTaskPickerCtl, TaskPage);
-    mTaskPickerCtl->takeFocus();
+    showInputPage(mTaskPickerCtl, TaskPage);
+}
+
+void frmInstall::ShowIndexLocationPage()
+{
+    showInputPage(mMSTFileLocationCtl, IndexLocationPage);
+}
+
+void frmInstall::ShowServiceNamePage()
+{
+    showInputPage(mServiceNameCtl, ServiceNamePage);
+}
+
+void frmInstall::ShowServiceFolderPage()
+{
+    showInputPage(mServiceDirectoryCtl, ServiceFolderPage);
+}
+
+void frmInstall::ShowBackupFolderPage()
+{
+    showInputPage(mBackupDirectoryCtl, BackupFolderPage);
+}
+
+void frmInstall::ShowServiceFilePage()
+{
+    showInputPage(mServiceFileCtl, ServiceFilePage);
+}
+
+void frmInstall::ShowSummaryPage()
+{
+    lblBottom->setText("You specified the following parameters:");
+    applyHeader(SummaryHeader(task(), mServiceFileCtl->Path().toStdString()));
+    for (WizardPage* p : pages())
+        p->hide();
+    cmdNext->setEnabled(true);
+    m_currentPage = SummaryPage;
     updateNextAvailability();
 }
 
 // Next is offered only where the page it leads to exists in this build.
 void frmInstall::updateNextAvailability()
 {
-    cmdNext->setEnabled(m_currentPage == WelcomePage);
+    bool offered = false;
+    switch (m_currentPage) {
+    case WelcomePage:
+        offered = true;
+        break;
+    case TaskPage:
+        offered = task() == TaskPickerCtl::ConnectService;
+        break;
+    default:
+        break;
+    }
+    cmdNext->setEnabled(offered);
 }
 
 void frmInstall::reportNextError(const std::string& description)
@@ -265,6 +354,12 @@ void frmInstall::cmdNext_Click()
             cmdBack->setEnabled(true);
             ShowTaskPage();
             break;
+        case TaskPage:
+            if (task() == TaskPickerCtl::ConnectService) {
+                mTaskPickerCtl->hide();
+                ShowServiceFilePage();
+            }
+            break;
         default:
             break;
         }
@@ -281,6 +376,10 @@ void frmInstall::cmdBack_Click()
     case TaskPage:
         mTaskPickerCtl->hide();
         ShowWelcomePage();
+        break;
+    case ServiceFilePage:
+        mServiceFileCtl->hide();
+        ShowTaskPage();
         break;
     default:
         break;

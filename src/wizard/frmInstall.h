@@ -5,13 +5,21 @@
 #include <cstdint>
 #include <string>
 
+class BackupDirectoryCtl;
+class DBMigrateUpdateCtl;
+class MSTFileLocationCtl;
+class MSTFileUpdateCtl;
 class Prompter;
 class QFrame;
 class QLabel;
 class QPushButton;
+class ServiceDirectoryCtl;
+class ServiceFileCtl;
+class ServiceNameCtl;
 class TaskPickerCtl;
 class WelcomeCtl;
 class WizardPage;
+struct PageHeader;
 
 // The wizard's only main window: a header band, one content area showing one page at a time,
 // a bottom note and four buttons. It owns every page for the whole run, keeps the number of
@@ -48,6 +56,13 @@ public:
 
     WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
     TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
+    MSTFileLocationCtl* indexLocationPage() const { return mMSTFileLocationCtl; }
+    ServiceNameCtl* serviceNamePage() const { return mServiceNameCtl; }
+    ServiceDirectoryCtl* serviceFolderPage() const { return mServiceDirectoryCtl; }
+    BackupDirectoryCtl* backupFolderPage() const { return mBackupDirectoryCtl; }
+    ServiceFileCtl* serviceFilePage() const { return mServiceFileCtl; }
+    DBMigrateUpdateCtl* migrationSummaryPage() const { return mDBMigrateUpdateCtl; }
+    MSTFileUpdateCtl* indexSummaryPage() const { return mMSTFileUpdateCtl; }
 
     // Every page the frame hosts, for layout and for the rule that exactly one is visible.
     QList<WizardPage*> pages() const;
@@ -64,6 +79,12 @@ public:
 
     void ShowWelcomePage();
     void ShowTaskPage();
+    void ShowIndexLocationPage();
+    void ShowServiceNamePage();
+    void ShowServiceFolderPage();
+    void ShowBackupFolderPage();
+    void ShowSummaryPage();
+    void ShowServiceFilePage();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -74,6 +95,9 @@ private:
     void layoutPages();
     void setHeaderBandVisible(bool visible);
     void showPage(WizardPage* page, Page number);
+    void showInputPage(WizardPage* page, Page number);
+    void applyHeader(const PageHeader& header);
+    int32_t task() const;
     void updateNextAvailability();
     void reportNextError(const std::string& description);
 
@@ -94,6 +118,13 @@ private:
 
     WelcomeCtl* mWelcomeCtl;
     TaskPickerCtl* mTaskPickerCtl;
+    MSTFileLocationCtl* mMSTFileLocationCtl;
+    MSTFileUpdateCtl* mMSTFileUpdateCtl;
+    ServiceDirectoryCtl* mServiceDirectoryCtl;
+    DBMigrateUpdateCtl* mDBMigrateUpdateCtl;
+    ServiceNameCtl* mServiceNameCtl;
+    ServiceFileCtl* mServiceFileCtl;
+    BackupDirectoryCtl* mBackupDirectoryCtl;
 
     int16_t m_currentPage = WelcomePage;
     std::string m_localServerName;

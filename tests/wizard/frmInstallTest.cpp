@@ -184,3 +184,75 @@ TEST_F(FrameWithoutEngine, TaskPickerOffersWhatTheRegistryAllows)
     EXPECT_FALSE(picker->findChild<QRadioButton*>("mRebuildMolIDsOption")->isEnabled());
     EXPECT_TRUE(picker->findChild<QRadioButton*>("mConnectOption")->isChecked());
 }
+
+TEST_F(FrameWithoutEngine, ConnectToAServiceLeadsToTheServiceFilePageAndBack)
+{
+    window->cmdNext_Click();
+    ASSERT_EQ(window->taskPickerPage()->Task(), 2);
+    EXPECT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
+    window->cmdNext_Click();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::ServiceFilePage);
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_TRUE(window->findChild<QWidget*>("mServiceFileCtl")->isVisible());
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Service File Location");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "&Next >");
+    EXPECT_TRUE(child<QLabel>("lblBottom")->text().startsWith("The location of the service file"));
+    // Checking the file and moving on come with the task's flow; until then Next is not offered.
+    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
+
+    window->cmdBack_Click();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "Next >");
+    EXPECT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
+}
+
+TEST_F(FrameTest, NextOnTheTaskPageIsOfferedOnlyForTasksWhoseNextPageExists)
+{
+    window->cmdNext_Click();
+    ASSERT_EQ(window->taskPickerPage()->Task(), 1);
+    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
+    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mConnectOption"), Qt::LeftButton);
+    EXPECT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
+    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mServeDatabaseOption"), Qt::LeftButton);
+    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
+}
+
+TEST_F(FrameTest, EveryShowProcedureLeavesExactlyOnePageVisibleInThePageRectangle)
+{
+    window->cmdNext_Click();
+    struct Step {
+        void (frmInstall::*show)();
+        frmInstall::Page page;
+        const char* name;
+    };
+    const Step steps[] = {
+        {&frmInstall::ShowIndexLocationPage, frmInstall::IndexLocationPage, "mMSTFileLocationCtl"},
+        {&frmInstall::ShowServiceNamePage, frmInstall::ServiceNamePage, "mServiceNameCtl"},
+        {&frmInstall::ShowServiceFolderPage, frmInstall::ServiceFolderPage, "mServiceDirectoryCtl"},
+        {&frmInstall::ShowBackupFolderPage, frmInstall::BackupFolderPage, "mBackupDirectoryCtl"},
+        {&frmInstall::ShowServiceFilePage, frmInstall::ServiceFilePage, "mServiceFileCtl"},
+        {&frmInstall::ShowTaskPage, frmInstall::TaskPage, "mTaskPickerCtl"},
+    };
+    for (const Step& s : steps) {
+        (window.get()->*s.show)();
+        EXPECT_EQ(window->CurrentPage(), s.page) << s.name;
+        EXPECT_EQ(visiblePages(), 1) << s.name;
+        QWidget* page = child(s.name);
+        EXPECT_TRUE(page->isVisible()) << s.name;
+        EXPECT_EQ(page->geometry(), window->pageRect()) << s.name;
+    }
+    window->ShowSummaryPage();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Migrate Database");
+}
+
+TEST_F(FrameTest, ShowingAnInputPageGivesItsFieldTheFocus)
+{
+    window->activateWindow();
+    QApplication::setActiveWindow(window.get());
+    window->cmdNext_Click();
+    window->ShowServiceNamePage();
+    QApplication::processEvents();
+    EXPECT_EQ(QApplication::focusWidget(), child("mServiceNameCtl")->findChild<QWidget*>("Text1"));
+}
