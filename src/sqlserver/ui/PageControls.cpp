@@ -57,4 +57,4 @@ QString trimBlanks(const QString& text)
     return text.mid(begin, end - begin);
 }
 
-}  // namespace PageControls
+} // namespace PageControls

@@ -30,4 +30,4 @@ void stretchToRightBorder(QWidget* control, int innerWidth);
 // The text without leading and trailing blanks (spaces only; tabs stay, as they always have).
 QString trimBlanks(const QString& text);
 
-}  // namespace PageControls
+} // namespace PageControls

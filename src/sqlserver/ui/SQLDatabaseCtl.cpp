@@ -11,7 +11,7 @@ namespace {
 constexpr int kMargin = 16;
 constexpr int kCaptionGap = 6;
 constexpr int kComboWidth = 360;
-}  // namespace
+} // namespace
 
 SQLDatabaseCtl::SQLDatabaseCtl(QWidget* parent)
     : WizardPage(parent), cmbDatabase(new QComboBox(this)),

@@ -41,13 +41,14 @@ bool probeQualifies(sqlserver::ServerManager& manager, const std::string& name)
         return false;
     }
 }
-}  // namespace
+} // namespace
 
 SQLServerCtl::SQLServerCtl(LocalServerNameSource localServerName, QWidget* parent)
     : WizardPage(parent), mRescanButton(new QPushButton(QStringLiteral("Rescan"), this)),
       mScanningProgress(new QProgressBar(this)), mTimer(new QTimer(this)), cmbServerList(new QComboBox(this)),
       mScanningLabel(new QLabel(QStringLiteral("Scanning for databases..."), this)),
-      lblServer(new QLabel(QStringLiteral("Server Name:"), this)), m_localServerName(std::move(localServerName))
+      lblServer(new QLabel(QStringLiteral("Server Name:"), this)),
+      m_localServerName(std::move(localServerName))
 {
     mRescanButton->setObjectName(QStringLiteral("mRescanButton"));
     mScanningProgress->setObjectName(QStringLiteral("mScanningProgress"));
@@ -130,7 +131,7 @@ QString SQLServerCtl::ServerName() const
     if (text != kLocal)
         return text;
     try {
-        sqlserver::ConnectOptions options;   // no server name: the default instance of this computer
+        sqlserver::ConnectOptions options; // no server name: the default instance of this computer
         options.loginSecure = true;
         const auto server = sqlserver::serverManager().Connect(options);
         return QString::fromStdString(server->Name());
@@ -194,7 +195,8 @@ QString SQLServerCtl::AddLocalInstances()
     QString added;
     for (std::string instance = SQLServerUtils::NextToken(instances, delimiters); !instance.empty();
          instance = SQLServerUtils::NextToken(rest, delimiters)) {
-        const QString name = QString::fromStdString(SQLServerUtils::ServerNameForInstance(instance, computer));
+        const QString name =
+            QString::fromStdString(SQLServerUtils::ServerNameForInstance(instance, computer));
         if (!IsInServerList(name)) {
             PageControls::addItemKeepingText(cmbServerList, name);
             added = name;
@@ -252,10 +254,11 @@ void SQLServerCtl::onTimerTick()
     m_probeOutstanding = true;
     sqlserver::ServerManager& manager = sqlserver::serverManager();
     const std::uint64_t scan = m_scan;
-    QtConcurrent::run(&m_probes, [&manager, name] { return probeQualifies(manager, name); })
-        .then(this, [this, scan, index, name](bool qualifies) {
-            applyProbe(scan, index, QString::fromStdString(name), qualifies);
-        });
+    QtConcurrent::run(&m_probes, [&manager, name] {
+        return probeQualifies(manager, name);
+    }).then(this, [this, scan, index, name](bool qualifies) {
+        applyProbe(scan, index, QString::fromStdString(name), qualifies);
+    });
 }
 
 void SQLServerCtl::applyProbe(std::uint64_t scan, int index, const QString& name, bool qualifies)

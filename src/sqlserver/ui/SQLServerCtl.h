@@ -93,10 +93,10 @@ private:
 
     LocalServerNameSource m_localServerName;
     bool m_creatorOnly = false;
-    std::optional<sqlserver::NameList> m_pending;   // the list a probing scan walks
-    std::uint64_t m_scan = 0;                        // numbers the scans, so a stale probe is known
-    bool m_probeOutstanding = false;                 // of the current scan
-    bool m_paused = false;                           // hidden: ticks wait for the next Show
+    std::optional<sqlserver::NameList> m_pending; // the list a probing scan walks
+    std::uint64_t m_scan = 0;                     // numbers the scans, so a stale probe is known
+    bool m_probeOutstanding = false;              // of the current scan
+    bool m_paused = false;                        // hidden: ticks wait for the next Show
     // Declared last, destroyed first: waits for probes still running so none outlives the page.
     QThreadPool m_probes;
 };

@@ -17,11 +17,12 @@
 
 namespace {
 const char* const kConnectFailedTitle = "MSDE Server connection failed";
-}  // namespace
+} // namespace
 
 frmUserInfo::frmUserInfo(Prompter& prompter, QWidget* parent)
     : QDialog(parent),
-      Label3(new QLabel(QStringLiteral("Please provide the user name and password to log in MSDE server."), this)),
+      Label3(new QLabel(QStringLiteral("Please provide the user name and password to log in MSDE server."),
+                        this)),
       Label4(new QLabel(QStringLiteral("MSDE Name"), this)), txtMSDE(new QLineEdit(this)),
       Label1(new QLabel(QStringLiteral("User Name:"), this)), txtMSDEUser(new QLineEdit(this)),
       Label2(new QLabel(QStringLiteral("Password:"), this)), txtPWD(new QLineEdit(this)),
@@ -73,7 +74,8 @@ frmUserInfo::frmUserInfo(Prompter& prompter, QWidget* parent)
     resize(380, sizeHint().height());
 
     // The desktop instance is the usual place for this login.
-    txtMSDE->setText(QString::fromStdString(SQLServerUtils::GetLocalComputerName()) + QStringLiteral("\\VELDRIN"));
+    txtMSDE->setText(QString::fromStdString(SQLServerUtils::GetLocalComputerName()) +
+                     QStringLiteral("\\VELDRIN"));
 
     connect(OKButton, &QPushButton::clicked, this, &frmUserInfo::onOkClicked);
     connect(CancelButton, &QPushButton::clicked, this, &frmUserInfo::reject);
@@ -116,26 +118,24 @@ void frmUserInfo::onOkClicked()
     const std::uint64_t attempt = ++m_attempt;
     sqlserver::ServerManager& manager = sqlserver::serverManager();
     // The test connection lives and dies on the worker; only the outcome comes back.
-    QtConcurrent::run(&m_logins,
-                      [&manager, options] {
-                          Attempt outcome;
-                          try {
-                              manager.Connect(options);
-                              outcome.connected = true;
-                          } catch (const LfError& e) {
-                              outcome.error = e.description();
-                          } catch (const std::exception& e) {
-                              outcome.error = e.what();
-                          }
-                          return outcome;
-                      })
-        .then(this, [this, attempt](const Attempt& outcome) { onAttemptFinished(attempt, outcome); });
+    QtConcurrent::run(&m_logins, [&manager, options] {
+        Attempt outcome;
+        try {
+            manager.Connect(options);
+            outcome.connected = true;
+        } catch (const LfError& e) {
+            outcome.error = e.description();
+        } catch (const std::exception& e) {
+            outcome.error = e.what();
+        }
+        return outcome;
+    }).then(this, [this, attempt](const Attempt& outcome) { onAttemptFinished(attempt, outcome); });
 }
 
 void frmUserInfo::onAttemptFinished(std::uint64_t attempt, const Attempt& outcome)
 {
     if (attempt != m_attempt)
-        return;   // the dialog was cancelled while this login was being tested
+        return; // the dialog was cancelled while this login was being tested
     setConnecting(false);
     if (outcome.connected) {
         m_isConnect = true;

@@ -73,7 +73,7 @@ private:
     bool m_ok = false;
     bool m_isConnect = false;
     bool m_connecting = false;
-    std::uint64_t m_attempt = 0;   // numbers the test logins; Cancel makes an outstanding one stale
+    std::uint64_t m_attempt = 0; // numbers the test logins; Cancel makes an outstanding one stale
     // Declared last, destroyed first: waits for a test login still running.
     QThreadPool m_logins;
 };

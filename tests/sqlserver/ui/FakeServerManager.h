@@ -19,7 +19,7 @@
 class FakeServerManager : public sqlserver::ServerManager {
 public:
     struct Server {
-        std::string reportedName;              // Name()
+        std::string reportedName; // Name()
         bool canCreateDatabases = false;
         std::vector<sqlserver::DatabaseInfo> databases;
         std::vector<sqlserver::LoginInfo> logins;
@@ -110,13 +110,19 @@ public:
     }
     std::vector<sqlserver::LoginInfo> Logins() override { return m_server.logins; }
     std::string MasterDataFolder() override { return unsupported("MasterDataFolder"); }
-    void Backup(const sqlserver::BackupSpec&, sqlserver::OperationControl&) override { unsupported("Backup"); }
+    void Backup(const sqlserver::BackupSpec&, sqlserver::OperationControl&) override
+    {
+        unsupported("Backup");
+    }
     std::vector<sqlserver::BackupFileInfo> ReadBackupFileList(const std::string&) override
     {
         unsupported("ReadBackupFileList");
         return {};
     }
-    void Restore(const sqlserver::RestoreSpec&, sqlserver::OperationControl&) override { unsupported("Restore"); }
+    void Restore(const sqlserver::RestoreSpec&, sqlserver::OperationControl&) override
+    {
+        unsupported("Restore");
+    }
     void RemoveDatabase(const std::string&) override { unsupported("RemoveDatabase"); }
     void RemoveLogin(const std::string&) override { unsupported("RemoveLogin"); }
     void DisConnect() override
@@ -130,7 +136,8 @@ public:
 private:
     static std::string unsupported(const char* what)
     {
-        throw LfError(LfError::kObjectError513, "FakeServerConnection", std::string(what) + " is not used here");
+        throw LfError(LfError::kObjectError513, "FakeServerConnection",
+                      std::string(what) + " is not used here");
     }
 
     FakeServerManager& m_manager;
@@ -138,7 +145,8 @@ private:
     bool m_connected = true;
 };
 
-inline std::unique_ptr<sqlserver::ServerConnection> FakeServerManager::Connect(const sqlserver::ConnectOptions& options)
+inline std::unique_ptr<sqlserver::ServerConnection>
+FakeServerManager::Connect(const sqlserver::ConnectOptions& options)
 {
     ++m_running;
     struct Done {
@@ -152,7 +160,8 @@ inline std::unique_ptr<sqlserver::ServerConnection> FakeServerManager::Connect(c
     m_connects.push_back(options);
     const auto found = servers.find(options.server);
     if (found == servers.end())
-        throw LfError(0x80004005u, "", "[DBNETLIB][ConnectionOpen (Connect()).]SQL Server does not exist or access denied.");
+        throw LfError(0x80004005u, "",
+                      "[DBNETLIB][ConnectionOpen (Connect()).]SQL Server does not exist or access denied.");
     const Server server = found->second;
     if (server.connectDelay.count() > 0)
         m_gate.wait_for(lock, server.connectDelay, [this] { return m_gateOpen; });

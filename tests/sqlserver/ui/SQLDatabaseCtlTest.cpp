@@ -152,4 +152,4 @@ TEST_F(DatabasePageTest, ResizeStretchesTheListToTheRightBorder)
     EXPECT_EQ(combo->width(), width);
 }
 
-}  // namespace
+} // namespace

@@ -35,7 +35,10 @@ FakeServerManager::Server creator(bool canCreate = true)
 // The page as the frame holds it, with the frame's LocalServerName.
 class ServerPageTest : public ::testing::Test {
 protected:
-    explicit ServerPageTest(std::vector<std::string> instances = {"MSSQLSERVER", "VELDRIN"}) : machine(instances) {}
+    explicit ServerPageTest(std::vector<std::string> instances = {"MSSQLSERVER", "VELDRIN"})
+        : machine(instances)
+    {
+    }
 
     void network(std::vector<std::string> names) { machine.manager->networkLists = {std::move(names)}; }
     bool waitForScanEnd(int ms = 5000)
@@ -233,7 +236,8 @@ TEST_F(ServerPageTest, AFailingNetworkListEndsTheFillWithNothingListed)
 
 TEST_F(ServerPageTest, RescanProbesAgainWithoutTheLocalInstances)
 {
-    machine.manager->networkLists = {std::vector<std::string>{"SRV1"}, std::vector<std::string>{"SRV1", "SRV2"}};
+    machine.manager->networkLists = {std::vector<std::string>{"SRV1"},
+                                     std::vector<std::string>{"SRV1", "SRV2"}};
     machine.manager->servers["SRV1"] = creator(true);
     machine.manager->servers["SRV2"] = creator(true);
     page->setCreatorOnly(false);
@@ -290,7 +294,8 @@ TEST_F(ServerPageTest, LeavingThePageMidScanAndComingBackContinuesFromTheSavedIn
     EXPECT_TRUE(timer->isActive());
     ASSERT_TRUE(waitForScanEnd());
     EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1", "SRV2", "SRV3", "SRV4"}));
-    EXPECT_EQ(machine.manager->connectedServers(), (std::vector<std::string>{"SRV1", "SRV2", "SRV3", "SRV4"}));
+    EXPECT_EQ(machine.manager->connectedServers(),
+              (std::vector<std::string>{"SRV1", "SRV2", "SRV3", "SRV4"}));
 }
 
 TEST_F(ServerPageTest, HidingBetweenProbesKeepsTheIndex)
@@ -328,7 +333,7 @@ TEST_F(ServerPageWithoutInstances, ARescanDropsTheResultOfAProbeFromTheScanBefor
     machine.manager->openGate();
     ASSERT_TRUE(waitForScanEnd());
     ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connectsRunning() == 0; }, 5000));
-    QTest::qWait(50);   // the stale result, had it been applied, would have arrived by now
+    QTest::qWait(50); // the stale result, had it been applied, would have arrived by now
     EXPECT_EQ(itemsOf(combo), QStringList{"NEW"});
 }
 
@@ -429,4 +434,4 @@ TEST_F(ServerPageTest, TheFocusGoesToTheServerList)
     EXPECT_TRUE(combo->hasFocus());
 }
 
-}  // namespace
+} // namespace

@@ -11,7 +11,7 @@ namespace sqlserver {
 namespace {
 std::mutex g_mutex;
 std::shared_ptr<ServerManager> g_manager;
-}  // namespace
+} // namespace
 
 __attribute__((weak)) ServerManager& serverManager()
 {
@@ -21,7 +21,8 @@ __attribute__((weak)) ServerManager& serverManager()
     return *g_manager;
 }
 
-__attribute__((weak)) ScopedServerManagerOverride::ScopedServerManagerOverride(std::shared_ptr<ServerManager> manager)
+__attribute__((weak))
+ScopedServerManagerOverride::ScopedServerManagerOverride(std::shared_ptr<ServerManager> manager)
 {
     std::lock_guard lock(g_mutex);
     m_previous = std::exchange(g_manager, std::move(manager));
@@ -33,4 +34,4 @@ __attribute__((weak)) ScopedServerManagerOverride::~ScopedServerManagerOverride(
     g_manager = std::move(m_previous);
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -32,7 +32,8 @@ inline std::string instancesRegText(const std::vector<std::string>& names)
     }
     put(0);
     put(0);
-    return std::string(regtext::kHeader) + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
+    return std::string(regtext::kHeader) +
+           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
            "\"InstalledInstances\"=hex(7):" + bytes + "\r\n\r\n";
 }
 

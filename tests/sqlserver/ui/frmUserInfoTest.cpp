@@ -237,4 +237,4 @@ TEST_F(MsdeDialogTest, CancelWhileTheTestLoginWaitsForgetsItsOutcome)
     EXPECT_EQ(dialog.result(), QDialog::Rejected);
 }
 
-}  // namespace
+} // namespace
