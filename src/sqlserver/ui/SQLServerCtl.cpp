@@ -71,13 +71,14 @@ SQLServerCtl::SQLServerCtl(LocalServerNameSource localServerName, QWidget* paren
     lblServer->move(kMargin, kMargin);
     const int comboTop = lblServer->y() + lblServer->height() + kCaptionGap;
     cmbServerList->setGeometry(kMargin, comboTop, kComboWidth, cmbServerList->sizeHint().height());
-    const int rowTop = cmbServerList->y() + cmbServerList->height() + kRowGap;
-    mScanningLabel->adjustSize();
-    mScanningLabel->move(kMargin, rowTop);
-    mScanningProgress->setGeometry(kMargin, rowTop + mScanningLabel->height() + kCaptionGap, kProgressWidth,
-                                   mScanningProgress->sizeHint().height());
+    // Rescan sits right under the list, so that nothing leaves a gap when the scan's label and
+    // bar are hidden.
     mRescanButton->resize(mRescanButton->sizeHint());
-    mRescanButton->move(kMargin, mScanningProgress->y() + mScanningProgress->height() + kRowGap);
+    mRescanButton->move(kMargin, cmbServerList->y() + cmbServerList->height() + kRowGap);
+    mScanningLabel->adjustSize();
+    mScanningLabel->move(kMargin, mRescanButton->y() + mRescanButton->height() + kRowGap);
+    mScanningProgress->setGeometry(kMargin, mScanningLabel->y() + mScanningLabel->height() + kCaptionGap,
+                                   kProgressWidth, mScanningProgress->sizeHint().height());
     setTabOrder(cmbServerList, mRescanButton);
 
     setScanningVisible(false);
