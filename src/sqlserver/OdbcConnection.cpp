@@ -378,7 +378,7 @@ void OdbcConnection::requireOpen() const
         throw LfError(kClientFailure, "", "the operation is not allowed when the connection is closed");
 }
 
-std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor)
+std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors)
 {
     std::vector<ServerMessage> errors;
     for (auto& m : readDiagnostics(SQL_HANDLE_STMT, stmt)) {
@@ -388,6 +388,8 @@ std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, Batch
             if (m_messageHandler)
                 m_messageHandler(m);
         } else {
+            if (visitor && deliverErrors)
+                visitor->message(m, true);
             errors.push_back(std::move(m));
         }
     }
@@ -405,15 +407,16 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
     bool ok = true;
     SQLRETURN rc = SQLExecDirectA(s, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
     for (;;) {
-        auto errors = drainDiagnostics(s, &visitor);
+        auto errors = drainDiagnostics(s, &visitor, errorsAsMessages);
         if (rc == SQL_ERROR || !errors.empty()) {
-            if (rc == SQL_ERROR && errors.empty())
+            if (rc == SQL_ERROR && errors.empty()) {
                 errors.push_back(ServerMessage{"HY000", 0, 16, 0, 0, {}, {}, "the statement failed"});
+                if (errorsAsMessages)
+                    visitor.message(errors.back(), true);
+            }
             if (!errorsAsMessages)
                 throw errorFromDiagnostics(errors);
             ok = false;
-            for (const auto& e : errors)
-                visitor.message(e, true);
             // An error the connection cannot go on from (cancel, lost link) ends the batch.
             if (rc == SQL_ERROR) {
                 const std::string& st = errors.front().sqlState;
@@ -435,16 +438,14 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                     if (f == SQL_NO_DATA)
                         break;
                     if (f == SQL_ERROR) {
-                        auto fetchErrors = drainDiagnostics(s, &visitor);
+                        auto fetchErrors = drainDiagnostics(s, &visitor, errorsAsMessages);
                         if (!errorsAsMessages)
                             throw errorFromDiagnostics(fetchErrors);
                         ok = false;
-                        for (const auto& e : fetchErrors)
-                            visitor.message(e, true);
                         break;
                     }
                     if (f == SQL_SUCCESS_WITH_INFO)
-                        drainDiagnostics(s, &visitor);
+                        drainDiagnostics(s, &visitor, errorsAsMessages);
                     visitor.row(readRow(s, types));
                     ++count;
                 }
@@ -457,7 +458,12 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
         }
         rc = SQLMoreResults(s);
         if (rc == SQL_NO_DATA) {
-            drainDiagnostics(s, &visitor);
+            const auto last = drainDiagnostics(s, &visitor, errorsAsMessages);
+            if (!last.empty()) {
+                if (!errorsAsMessages)
+                    throw errorFromDiagnostics(last);
+                ok = false;
+            }
             break;
         }
     }

@@ -70,8 +70,9 @@ public:
         OdbcHandle m_stmt;
     };
 
-    // Delivers the informational records of the statement's last call and returns its errors.
-    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor);
+    // Delivers the informational records of the statement's last call (and its errors too, in
+    // their order, when deliverErrors) and returns its errors.
+    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors = false);
 
 private:
     OdbcConnection() = default;
