@@ -157,15 +157,18 @@ std::string OdbcServerConnection::NetName()
 
 bool OdbcServerConnection::CanCreateDatabases()
 {
-    const auto rows = connection().query(
-        "SELECT IS_SRVROLEMEMBER('sysadmin'), IS_SRVROLEMEMBER('dbcreator'), "
-        "HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE')");
-    if (rows.empty())
+    const auto roles = connection().query("SELECT IS_SRVROLEMEMBER('sysadmin'), IS_SRVROLEMEMBER('dbcreator')");
+    if (!roles.empty())
+        for (const auto& v : roles.front())
+            if (v.toInt() == 1)
+                return true;
+    // A permission granted outside the two roles; servers that predate HAS_PERMS_BY_NAME
+    // (MSDE, SQL Server 2000) only know the roles.
+    try {
+        return connection().scalar("SELECT HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE')").toInt() == 1;
+    } catch (const LfError&) {
         return false;
-    for (const auto& v : rows.front())
-        if (v.toInt() == 1)
-            return true;
-    return false;
+    }
 }
 
 std::vector<DatabaseInfo> OdbcServerConnection::Databases()
