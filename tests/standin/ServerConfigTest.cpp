@@ -61,11 +61,14 @@ TEST(ServerConfig, CommandLineForOneInstance)
 {
     const ServerSettings s =
         parseCommandLine({"--data", "/tmp/x", "--instance", "VELDRIN", "--port", "0", "--ssrp-port", "1500",
-                          "--login", "chemist:Secret-1"});
+                          "--login", "chemist:Se:cret-1", "--login", "boss:B-1:sysadmin"});
     ASSERT_EQ(s.instances.size(), 1u);
     EXPECT_EQ(s.instances[0].config.instanceName, "VELDRIN");
     EXPECT_EQ(s.resolutionPort, 1500);
-    EXPECT_EQ(s.instances[0].logins.at(0).password, "Secret-1");
+    EXPECT_EQ(s.instances[0].logins.at(0).password, "Se:cret-1");
+    EXPECT_FALSE(s.instances[0].logins.at(0).sysadmin);
+    EXPECT_EQ(s.instances[0].logins.at(1).password, "B-1");
+    EXPECT_TRUE(s.instances[0].logins.at(1).sysadmin);
     EXPECT_THROW(parseCommandLine({}), ConfigError);
     EXPECT_THROW(parseCommandLine({"--data"}), ConfigError);
     EXPECT_THROW(parseCommandLine({"--data", "/x", "--frobnicate"}), ConfigError);

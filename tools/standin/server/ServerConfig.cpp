@@ -214,9 +214,23 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
         else if (a == "--progress-step-ms")
             single.config.progressStepMillis = parseMillis(value(), a), singleGiven = true;
         else if (a == "--login") {
+            // NAME:PASSWORD[:sysadmin]; the password may itself contain ':'.
             std::string v = value();
-            std::replace(v.begin(), v.end(), ':', ' ');
-            single.logins.push_back(parseLogin(v, a));
+            const auto colon = v.find(':');
+            if (colon == std::string::npos)
+                throw ConfigError("--login takes NAME:PASSWORD[:sysadmin]");
+            SqlLogin login;
+            login.name = v.substr(0, colon);
+            login.password = v.substr(colon + 1);
+            const std::string role = ":sysadmin";
+            if (login.password.size() > role.size() &&
+                login.password.compare(login.password.size() - role.size(), role.size(), role) == 0) {
+                login.password.resize(login.password.size() - role.size());
+                login.sysadmin = true;
+            }
+            if (login.name.empty() || login.password.empty())
+                throw ConfigError("--login takes NAME:PASSWORD[:sysadmin]");
+            single.logins.push_back(login);
             singleGiven = true;
         } else if (a == "--help" || a == "-h")
             throw ConfigError(usage());
