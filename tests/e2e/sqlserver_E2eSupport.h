@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "FakeSystemInfo.h"
+#include "LfError.h"
 #include "OdbcConnection.h"
 #include "OdbcConnectionString.h"
 #include "StandinServer.h"

@@ -16,7 +16,7 @@ struct Desktop {
     {
         m.sa("VELDRIN")->Execute("CREATE DATABASE LFDesktop10");
         auto c = m.sa("VELDRIN", "LFDesktop10");
-        c->Execute("CREATE TABLE ELN_chemical_structures (primary_key int NOT NULL PRIMARY KEY, CDXML nvarchar(max) NULL, "
+        c->Execute("CREATE TABLE ELN_chemical_structures (primary_key int NOT NULL PRIMARY KEY, CDXML nvarchar(4000) NULL, "
                    "MOL_ID int NULL)");
         for (int i = 1; i <= 25; ++i)
             c->Execute("INSERT INTO ELN_chemical_structures (primary_key, CDXML, MOL_ID) VALUES (" + std::to_string(i) +
@@ -115,13 +115,43 @@ TEST(SessionE2e, StaticRecordSetUpdatedRowByRowAndSavedInOneBatch)
 TEST(SessionE2e, StoredProcedureWithAnIntegerOutputParameter)
 {
     Desktop d;
+    // The product's session table; the stand-in runs start_session and end_session itself.
+    d.m.sa("VELDRIN", "LFDesktop10")
+        ->Execute("CREATE TABLE ELN_sessions (session_key int NOT NULL, owner_key int NOT NULL, client_bias int NULL, "
+                  "started datetime NULL, ended datetime NULL)");
     auto c = d.open();
-    c->Execute("CREATE PROCEDURE start_session @sessionKey int OUTPUT, @ownerKey int, @clientBias int AS "
-               "SET @sessionKey = @ownerKey * 1000 + @clientBias");
-    std::vector<IntParam> params{{":sessionKey", true, 0}, {":ownerKey", false, 1}, {":clientBias", false, -60}};
-    c->CallProcedure("start_session", params);
-    EXPECT_EQ(params[0].value, 940);
-    EXPECT_EQ(params[1].value, 1);
+    std::vector<IntParam> first{{":sessionKey", true, 0}, {":ownerKey", false, 1}, {":clientBias", false, -60}};
+    c->CallProcedure("start_session", first);
+    std::vector<IntParam> second{{":sessionKey", true, 0}, {":ownerKey", false, 7}, {":clientBias", false, 120}};
+    c->CallProcedure("start_session", second);
+    EXPECT_EQ(first[0].value, 1);
+    EXPECT_EQ(second[0].value, 2);
+    EXPECT_EQ(second[1].value, 7);   // inputs stay as they were
+    std::vector<IntParam> end{{":sessionKey", false, second[0].value}};
+    c->CallProcedure("end_session", end);
+
+    const auto rows = d.m.sa("VELDRIN", "LFDesktop10")
+                          ->query("SELECT session_key, owner_key, client_bias, ended FROM ELN_sessions ORDER BY session_key");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][1].toInt(), 1);
+    EXPECT_EQ(rows[0][2].toInt(), -60);
+    EXPECT_TRUE(rows[0][3].isNull());
+    EXPECT_EQ(rows[1][1].toInt(), 7);
+    EXPECT_FALSE(rows[1][3].isNull());
+}
+
+TEST(SessionE2e, UnknownProcedureIsTheServersError)
+{
+    Desktop d;
+    auto c = d.open();
+    std::vector<IntParam> params{{":sessionKey", true, 0}};
+    try {
+        c->CallProcedure("no_such_procedure", params);
+        FAIL();
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.number(), 0x80040000u + 2812u);
+        EXPECT_NE(e.description().find("no_such_procedure"), std::string::npos) << e.description();
+    }
 }
 
 TEST(SessionE2e, InformationalMessagesArriveOneByOneInOrder)
