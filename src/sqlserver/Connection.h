@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "LfError.h"
 #include "RecordSet.h"
 #include "ServerMessage.h"
 

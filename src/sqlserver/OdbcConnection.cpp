@@ -367,6 +367,10 @@ std::unique_ptr<OdbcConnection> OdbcConnection::connect(const OdbcTarget& target
             throw serverNotFound(serverName, e.description());
         throw e;
     }
+    char driver[256] = {0};
+    SQLSMALLINT len = 0;
+    if (SQL_SUCCEEDED(SQLGetInfoA(c->m_dbc.get(), SQL_DRIVER_NAME, driver, sizeof driver, &len)))
+        c->m_levelInStateField = std::string(driver).find("tdsodbc") != std::string::npos;
     return c;
 }
 
@@ -381,7 +385,21 @@ void OdbcConnection::requireOpen() const
 std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors)
 {
     std::vector<ServerMessage> errors;
-    for (auto& m : readDiagnostics(SQL_HANDLE_STMT, stmt)) {
+    const ServerMessage* previous = nullptr;
+    auto records = readDiagnostics(SQL_HANDLE_STMT, stmt);
+    for (auto& m : records) {
+        // FreeTDS repeats the server's "Changed database (or language) context" with one of
+        // its own; the user sees it once, as with SQL Server's own clients.
+        const bool repeat = previous && (m.number == 5701 || m.number == 5703) && m.number == previous->number &&
+                            m.text == previous->text;
+        previous = &m;
+        if (repeat)
+            continue;
+        if (m_levelInStateField) {
+            if (m.state > 0)
+                m.severity = m.state;
+            m.state = 0;   // not reported
+        }
         if (isInformational(m)) {
             if (visitor)
                 visitor->message(m, false);

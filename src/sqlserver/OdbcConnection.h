@@ -79,6 +79,8 @@ private:
     void requireOpen() const;
 
     OdbcHandle m_dbc;
+    // FreeTDS reports a message's level in the field meant for its state, and no state.
+    bool m_levelInStateField = false;
     std::function<void(const ServerMessage&)> m_messageHandler;
     std::mutex m_cancelMutex;
     SQLHSTMT m_running = SQL_NULL_HSTMT;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "LfError.h"
 #include "Registry.h"
 
 namespace sqlserver {

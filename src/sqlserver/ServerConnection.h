@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "LfError.h"
 #include "OperationControl.h"
 
 namespace sqlserver {

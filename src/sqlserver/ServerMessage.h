@@ -10,7 +10,7 @@ struct ServerMessage {
     std::string sqlState;   // "01000" for informational texts
     long number = 0;        // the server's message number (native error)
     int severity = 0;       // level: 0..10 informational, 11 and above errors
-    int state = 0;
+    int state = 0;          // 0 when the driver does not report it
     int line = 0;
     std::string server;
     std::string procedure;

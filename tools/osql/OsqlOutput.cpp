@@ -24,8 +24,11 @@ std::string formatMessage(const sqlserver::ServerMessage& m, bool isError, const
 {
     if (!isError)
         return m.text + "\n";
+    // FreeTDS does not pass the state on; most server errors carry state 1, which keeps the
+    // heading in the shape that readers of osql logs know.
+    const int state = m.state > 0 ? m.state : 1;
     std::string head = "Msg " + std::to_string(m.number) + ", Level " + std::to_string(m.severity) + ", State " +
-                       std::to_string(m.state) + ", Server " + (m.server.empty() ? serverName : m.server);
+                       std::to_string(state) + ", Server " + (m.server.empty() ? serverName : m.server);
     if (!m.procedure.empty())
         head += ", Procedure " + m.procedure;
     head += ", Line " + std::to_string(m.line);
