@@ -6,6 +6,7 @@
 #include "frmUserInfo.h"
 
 #include "FakeSystemInfo.h"
+#include "LfError.h"
 #include "OdbcTestClient.h"
 #include "RegistryFixture.h"
 #include "ScriptedPrompter.h"
@@ -63,6 +64,7 @@ const std::string kChemistPassword = "Chemist-1";
 class StandinMachine {
 public:
     StandinMachine() : server(options()) {}
+    explicit StandinMachine(StandinServer::Options o) : server(std::move(o)) {}
 
     static StandinServer::Options options()
     {
@@ -111,6 +113,35 @@ TEST(ServerPagesE2E, AProbingScanListsOnlyTheInstanceWhereTheWindowsLoginMayCrea
     EXPECT_EQ(itemsOf(combo), QStringList{"PC1\\VELDRIN"});
     EXPECT_EQ(combo->currentText(), "PC1\\VELDRIN");
     EXPECT_EQ(page.ServerName(), "PC1\\VELDRIN");
+}
+
+TEST(ServerPagesE2E, ServerNameResolvesLocalToTheDefaultInstancesOwnName)
+{
+    StandinServer::Options o;
+    o.instances = {{"MSSQLSERVER", "PC1", {{"wizard", kWizardPassword, false}}, {}}};
+    StandinMachine machine(o);
+    SQLServerCtl page;
+    auto* combo = page.findChild<QComboBox*>("cmbServerList");
+    combo->setEditText("(local)");
+    EXPECT_EQ(page.ServerName(), "PC1");
+}
+
+TEST(ServerPagesE2E, ServerNameReportsAnUnreachableDefaultInstance)
+{
+    StandinServer::Options o;
+    o.instances = {{"MSSQLSERVER", "PC1", {}, {}}}; // no login for the wizard's Windows identity
+    StandinMachine machine(o);
+    SQLServerCtl page;
+    page.findChild<QComboBox*>("cmbServerList")->setEditText("(local)");
+    try {
+        page.ServerName();
+        FAIL() << "no error raised";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.source(), "SQLServerCtl.errSource");
+        EXPECT_EQ(e.description().rfind("while getting the name of the local server instance, ", 0), 0u)
+            << e.description();
+        EXPECT_NE(e.description().find("wizard"), std::string::npos) << e.description();
+    }
 }
 
 TEST(ServerPagesE2E, APlainListingShowsEveryInstanceTheNetworkAnswers)
