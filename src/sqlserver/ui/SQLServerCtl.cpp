@@ -264,7 +264,7 @@ void SQLServerCtl::onTimerTick()
 
 void SQLServerCtl::applyProbe(std::uint64_t scan, int index, const QString& name, bool qualifies)
 {
-    // A Rescan (or a new fill) since this probe started has cleared the list it belonged to.
+    // A scan started since (Rescan, or a new probing fill) makes this result stale: drop it.
     if (scan != m_scan)
         return;
     m_probeOutstanding = false;
