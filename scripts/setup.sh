@@ -12,7 +12,7 @@ packages=(
   qt6-base-dev qt6-svg-dev libqt6svg6
   unixodbc unixodbc-dev tdsodbc freetds-bin
   librdkit-dev libboost-dev libboost-serialization-dev libboost-iostreams-dev
-  libpugixml-dev libsqlite3-dev libfmt-dev
+  libpugixml-dev libsqlite3-dev libfmt-dev libssl-dev
   libgtest-dev libgmock-dev
   xvfb xauth fonts-dejavu-core
 )

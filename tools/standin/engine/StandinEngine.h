@@ -103,6 +103,10 @@ struct LoginRequest {
     std::string database;     // empty: the login's default database
     std::string hostName;     // the client workstation, for HOST_NAME()
     std::string appName;
+    // Set by the front end when it has authenticated a Windows account itself (integrated
+    // security). The engine then checks only that the account has a Windows login ('U') or
+    // comes in through the group login "BUILTIN\Users"; password is not used.
+    bool windowsAuthenticated = false;
 };
 
 struct InstanceConfig {

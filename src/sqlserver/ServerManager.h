@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "NameList.h"
+#include "ServerConnection.h"
+
+namespace sqlserver {
+
+// How to reach a server: its name as the wizard shows it ("(local)", "" for this computer's
+// default instance, "HOST", "HOST\INSTANCE", "host,port") and the login.
+struct ConnectOptions {
+    std::string server;
+    bool loginSecure = true;         // Windows (integrated) login; false: user and password
+    std::string user;
+    std::string password;
+    int loginTimeoutSeconds = 0;     // 0: the driver's default
+};
+
+// The server-management entry points (SQL-DMO's Application and SQLServer.Connect). Pages and
+// engines receive a ServerManager&; the product uses the ODBC one, tests may use a fake.
+class ServerManager {
+public:
+    virtual ~ServerManager() = default;
+
+    // The SQL Servers that answer on the network, as "HOST" or "HOST\INSTANCE".
+    virtual NameList ListAvailableSQLServers() = 0;
+    // A connected server; raises LfError when the server cannot be reached or refuses the login.
+    virtual std::unique_ptr<ServerConnection> Connect(const ConnectOptions& options) = 0;
+};
+
+// The server manager of this process: the ODBC one unless a test replaced it.
+ServerManager& serverManager();
+
+// Tests replace the process's server manager for their own scope.
+class ScopedServerManagerOverride {
+public:
+    explicit ScopedServerManagerOverride(std::shared_ptr<ServerManager> manager);
+    ~ScopedServerManagerOverride();
+    ScopedServerManagerOverride(const ScopedServerManagerOverride&) = delete;
+    ScopedServerManagerOverride& operator=(const ScopedServerManagerOverride&) = delete;
+
+private:
+    std::shared_ptr<ServerManager> m_previous;
+};
+
+}  // namespace sqlserver

@@ -1,0 +1,77 @@
+#include "SQLDatabaseCtl.h"
+
+#include "PageControls.h"
+#include "ServerConnection.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QResizeEvent>
+
+namespace {
+constexpr int kMargin = 16;
+constexpr int kCaptionGap = 6;
+constexpr int kComboWidth = 360;
+} // namespace
+
+SQLDatabaseCtl::SQLDatabaseCtl(QWidget* parent)
+    : WizardPage(parent), cmbDatabase(new QComboBox(this)),
+      lblDatabase(new QLabel(QStringLiteral("Database Name:"), this))
+{
+    cmbDatabase->setObjectName(QStringLiteral("cmbDatabase"));
+    lblDatabase->setObjectName(QStringLiteral("lblDatabase"));
+    cmbDatabase->setEditable(true);
+    cmbDatabase->setInsertPolicy(QComboBox::NoInsert);
+    PageControls::applyPageFont(cmbDatabase, QStringLiteral("Verdana"));
+    PageControls::applyPageFont(lblDatabase, QStringLiteral("Verdana"));
+
+    lblDatabase->adjustSize();
+    lblDatabase->move(kMargin, kMargin);
+    cmbDatabase->setGeometry(kMargin, lblDatabase->y() + lblDatabase->height() + kCaptionGap, kComboWidth,
+                             cmbDatabase->sizeHint().height());
+}
+
+void SQLDatabaseCtl::Initialize(sqlserver::ServerConnection& server)
+{
+    PageControls::clearBox(cmbDatabase);
+    for (const sqlserver::DatabaseInfo& database : server.Databases()) {
+        if (database.canUse)
+            PageControls::addItemKeepingText(cmbDatabase, QString::fromStdString(database.name));
+    }
+    if (cmbDatabase->count() == 0)
+        cmbDatabase->setEditText(kDefaultDatabaseName);
+    else
+        PageControls::selectItem(cmbDatabase, 0);
+}
+
+QString SQLDatabaseCtl::DatabaseName() const
+{
+    return cmbDatabase->currentText();
+}
+
+QString SQLDatabaseCtl::AdminLoginName() const
+{
+    return QString();
+}
+
+bool SQLDatabaseCtl::validateAdminLoginName(sqlserver::ServerConnection& server) const
+{
+    const std::string wanted = AdminLoginName().toStdString();
+    for (const sqlserver::LoginInfo& login : server.Logins()) {
+        if (login.isSystem)
+            continue;
+        if (login.name == wanted)
+            return true;
+    }
+    return false;
+}
+
+QWidget* SQLDatabaseCtl::focusField() const
+{
+    return cmbDatabase;
+}
+
+void SQLDatabaseCtl::resizeEvent(QResizeEvent* event)
+{
+    WizardPage::resizeEvent(event);
+    PageControls::stretchToRightBorder(cmbDatabase, width());
+}

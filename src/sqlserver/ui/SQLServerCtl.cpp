@@ -1,0 +1,333 @@
+#include "SQLServerCtl.h"
+
+#include "LfError.h"
+#include "PageControls.h"
+#include "SQLServerUtils.h"
+#include "ServerManager.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QResizeEvent>
+#include <QTimer>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <utility>
+
+namespace {
+const QString kLocal = QStringLiteral("(local)");
+const char* const kTag = "Tag";
+
+constexpr int kMargin = 16;
+constexpr int kCaptionGap = 6;
+constexpr int kComboWidth = 360;
+constexpr int kRowGap = 12;
+constexpr int kProgressWidth = 260;
+
+// One probe, run on a worker thread: a Windows login to the server, qualified when the login
+// may create databases. The connection never leaves this function. A server that cannot be
+// reached or refuses the login is simply not listed; the scan has always skipped those quietly.
+bool probeQualifies(sqlserver::ServerManager& manager, const std::string& name)
+{
+    try {
+        sqlserver::ConnectOptions options;
+        options.server = name;
+        options.loginSecure = true;
+        options.loginTimeoutSeconds = SQLServerCtl::kProbeLoginTimeoutSeconds;
+        const auto server = manager.Connect(options);
+        return server->CanCreateDatabases();
+    } catch (...) {
+        return false;
+    }
+}
+} // namespace
+
+SQLServerCtl::SQLServerCtl(LocalServerNameSource localServerName, QWidget* parent)
+    : WizardPage(parent), mRescanButton(new QPushButton(QStringLiteral("Rescan"), this)),
+      mScanningProgress(new QProgressBar(this)), mTimer(new QTimer(this)), cmbServerList(new QComboBox(this)),
+      mScanningLabel(new QLabel(QStringLiteral("Scanning for databases..."), this)),
+      lblServer(new QLabel(QStringLiteral("Server Name:"), this)),
+      m_localServerName(std::move(localServerName))
+{
+    mRescanButton->setObjectName(QStringLiteral("mRescanButton"));
+    mScanningProgress->setObjectName(QStringLiteral("mScanningProgress"));
+    mTimer->setObjectName(QStringLiteral("mTimer"));
+    cmbServerList->setObjectName(QStringLiteral("cmbServerList"));
+    mScanningLabel->setObjectName(QStringLiteral("mScanningLabel"));
+    lblServer->setObjectName(QStringLiteral("lblServer"));
+
+    cmbServerList->setEditable(true);
+    cmbServerList->setInsertPolicy(QComboBox::NoInsert);
+    mScanningProgress->setTextVisible(false);
+    mTimer->setInterval(kTickMilliseconds);
+    mTimer->setProperty(kTag, QStringLiteral("0"));
+
+    for (QWidget* w : {static_cast<QWidget*>(cmbServerList), static_cast<QWidget*>(mScanningLabel),
+                       static_cast<QWidget*>(lblServer), static_cast<QWidget*>(mRescanButton)})
+        PageControls::applyPageFont(w, QStringLiteral("Verdana"));
+
+    lblServer->adjustSize();
+    lblServer->move(kMargin, kMargin);
+    const int comboTop = lblServer->y() + lblServer->height() + kCaptionGap;
+    cmbServerList->setGeometry(kMargin, comboTop, kComboWidth, cmbServerList->sizeHint().height());
+    // Rescan sits right under the list, so that nothing leaves a gap when the scan's label and
+    // bar are hidden.
+    mRescanButton->resize(mRescanButton->sizeHint());
+    mRescanButton->move(kMargin, cmbServerList->y() + cmbServerList->height() + kRowGap);
+    mScanningLabel->adjustSize();
+    mScanningLabel->move(kMargin, mRescanButton->y() + mRescanButton->height() + kRowGap);
+    mScanningProgress->setGeometry(kMargin, mScanningLabel->y() + mScanningLabel->height() + kCaptionGap,
+                                   kProgressWidth, mScanningProgress->sizeHint().height());
+    setTabOrder(cmbServerList, mRescanButton);
+
+    setScanningVisible(false);
+    PageControls::clearBox(cmbServerList);
+
+    connect(mTimer, &QTimer::timeout, this, &SQLServerCtl::onTimerTick);
+    connect(mRescanButton, &QPushButton::clicked, this, &SQLServerCtl::onRescanClicked);
+}
+
+SQLServerCtl::~SQLServerCtl() = default;
+
+void SQLServerCtl::setLocalServerNameSource(LocalServerNameSource localServerName)
+{
+    m_localServerName = std::move(localServerName);
+}
+
+QString SQLServerCtl::localServerName() const
+{
+    return m_localServerName ? m_localServerName() : QString();
+}
+
+void SQLServerCtl::setCreatorOnly(bool creatorOnly)
+{
+    m_creatorOnly = creatorOnly;
+}
+
+QWidget* SQLServerCtl::focusField() const
+{
+    return cmbServerList;
+}
+
+int SQLServerCtl::scanIndex() const
+{
+    return mTimer->property(kTag).toString().toInt();
+}
+
+void SQLServerCtl::setScanIndex(int index)
+{
+    mTimer->setProperty(kTag, QString::number(index));
+}
+
+void SQLServerCtl::setScanningVisible(bool visible)
+{
+    mScanningLabel->setVisible(visible);
+    mScanningProgress->setVisible(visible);
+}
+
+QString SQLServerCtl::ServerName() const
+{
+    const QString text = cmbServerList->currentText();
+    if (text != kLocal)
+        return text;
+    try {
+        sqlserver::ConnectOptions options; // no server name: the default instance of this computer
+        options.loginSecure = true;
+        const auto server = sqlserver::serverManager().Connect(options);
+        return QString::fromStdString(server->Name());
+    } catch (const LfError& e) {
+        throw LfError(e.number(), "SQLServerCtl.errSource",
+                      "while getting the name of the local server instance, " + e.description());
+    }
+}
+
+void SQLServerCtl::CheckList()
+{
+    if (cmbServerList->count() == 0 && cmbServerList->currentText().isEmpty()) {
+        cmbServerList->setEditText(QString());
+        FillServerList();
+    }
+}
+
+void SQLServerCtl::FillServerList()
+{
+    sqlserver::NameList servers;
+    try {
+        servers = sqlserver::serverManager().ListAvailableSQLServers();
+    } catch (const LfError&) {
+        // The fill ends here and the page stays usable: a name can still be typed, and Rescan
+        // asks the network again.
+        return;
+    }
+
+    const int count = servers.Count();
+    if (count < 1) {
+        PageControls::addItemKeepingText(cmbServerList, kLocal);
+        PageControls::selectItem(cmbServerList, 0);
+        setScanningVisible(false);
+    } else if (m_creatorOnly) {
+        startScan(std::move(servers));
+    } else {
+        setScanningVisible(false);
+        for (int i = 0; i <= count; ++i) {
+            const std::string name = servers.Item(i);
+            if (!name.empty())
+                PageControls::addItemKeepingText(cmbServerList, QString::fromStdString(name));
+        }
+        // Selecting the first item of a list that stayed empty fails and ends the fill, as any
+        // failure in it does.
+        if (cmbServerList->count() == 0)
+            return;
+        PageControls::selectItem(cmbServerList, 0);
+    }
+
+    AddLocalInstances();
+    cmbServerList->setEditText(localServerName());
+}
+
+QString SQLServerCtl::AddLocalInstances()
+{
+    std::string instances = SQLServerUtils::GetInstalledInstances();
+    std::string delimiters(1, '\0');
+    std::string rest;
+    const std::string computer = SQLServerUtils::GetLocalComputerName();
+
+    QString added;
+    for (std::string instance = SQLServerUtils::NextToken(instances, delimiters); !instance.empty();
+         instance = SQLServerUtils::NextToken(rest, delimiters)) {
+        const QString name =
+            QString::fromStdString(SQLServerUtils::ServerNameForInstance(instance, computer));
+        if (!IsInServerList(name)) {
+            PageControls::addItemKeepingText(cmbServerList, name);
+            added = name;
+        }
+    }
+    return added;
+}
+
+bool SQLServerCtl::IsInServerList(const QString& name) const
+{
+    for (int i = 0; i < cmbServerList->count(); ++i) {
+        if (cmbServerList->itemText(i) == name)
+            return true;
+    }
+    return false;
+}
+
+void SQLServerCtl::startScan(sqlserver::NameList servers)
+{
+    // A probe of an earlier scan may still be running; its result is dropped when it arrives
+    // (see applyProbe), so the new scan starts clean.
+    ++m_scan;
+    m_probeOutstanding = false;
+    m_paused = false;
+    const int count = servers.Count();
+    m_pending = std::move(servers);
+    setScanIndex(0);
+    mTimer->setInterval(kTickMilliseconds);
+    mTimer->start();
+    mScanningProgress->setRange(0, count);
+    mScanningProgress->setValue(0);
+    setScanningVisible(true);
+}
+
+void SQLServerCtl::onTimerTick()
+{
+    if (m_probeOutstanding || !m_pending) {
+        mTimer->stop();
+        return;
+    }
+    const int index = scanIndex();
+    if (index > m_pending->Count()) {
+        endScan();
+        return;
+    }
+    const std::string name = m_pending->Item(index);
+    if (name.empty()) {
+        finishIndex(index);
+        return;
+    }
+
+    // The timer rests until the probe's result is in; the result restarts it unless the page
+    // has been hidden meanwhile.
+    mTimer->stop();
+    m_probeOutstanding = true;
+    sqlserver::ServerManager& manager = sqlserver::serverManager();
+    const std::uint64_t scan = m_scan;
+    QtConcurrent::run(&m_probes, [&manager, name] {
+        return probeQualifies(manager, name);
+    }).then(this, [this, scan, index, name](bool qualifies) {
+        applyProbe(scan, index, QString::fromStdString(name), qualifies);
+    });
+}
+
+void SQLServerCtl::applyProbe(std::uint64_t scan, int index, const QString& name, bool qualifies)
+{
+    // A scan started since (Rescan, or a new probing fill) makes this result stale: drop it.
+    if (scan != m_scan)
+        return;
+    m_probeOutstanding = false;
+    // Probed names are not checked against the list: a local instance that also answers on
+    // the network is listed twice, as it always has been.
+    if (qualifies)
+        PageControls::addItemKeepingText(cmbServerList, name);
+    if (cmbServerList->count() == 1)
+        PageControls::selectItem(cmbServerList, 0);
+    finishIndex(index);
+    emit probeApplied(index, name, qualifies);
+    if (!m_paused && m_pending)
+        mTimer->start();
+}
+
+void SQLServerCtl::finishIndex(int index)
+{
+    mScanningProgress->setValue(index);
+    setScanIndex(index + 1);
+}
+
+void SQLServerCtl::endScan()
+{
+    mTimer->stop();
+    setScanningVisible(false);
+    m_pending.reset();
+    mRescanButton->show();
+    emit scanEnded();
+}
+
+void SQLServerCtl::onRescanClicked()
+{
+    PageControls::clearBox(cmbServerList);
+    mRescanButton->hide();
+    sqlserver::NameList servers;
+    try {
+        servers = sqlserver::serverManager().ListAvailableSQLServers();
+    } catch (const LfError&) {
+        // Nothing to scan: the button comes back so that the user can try again.
+        mRescanButton->show();
+        return;
+    }
+    startScan(std::move(servers));
+}
+
+void SQLServerCtl::showEvent(QShowEvent* event)
+{
+    WizardPage::showEvent(event);
+    m_paused = false;
+    if (m_pending && !m_probeOutstanding)
+        mTimer->start();
+}
+
+void SQLServerCtl::hideEvent(QHideEvent* event)
+{
+    WizardPage::hideEvent(event);
+    // The scan keeps its list and its index; a probe already under way finishes and is listed.
+    m_paused = true;
+    mTimer->stop();
+}
+
+void SQLServerCtl::resizeEvent(QResizeEvent* event)
+{
+    WizardPage::resizeEvent(event);
+    PageControls::stretchToRightBorder(cmbServerList, width());
+}

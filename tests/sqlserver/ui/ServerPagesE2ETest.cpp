@@ -1,0 +1,215 @@
+// The server and database pages and the MSDE dialog through the real ODBC layer, against the
+// SQL Server stand-in: its resolution protocol answers the network list, its instances answer
+// the logins.
+#include "SQLDatabaseCtl.h"
+#include "SQLServerCtl.h"
+#include "frmUserInfo.h"
+
+#include "FakeSystemInfo.h"
+#include "LfError.h"
+#include "OdbcTestClient.h"
+#include "RegistryFixture.h"
+#include "ScriptedPrompter.h"
+#include "ServerManager.h"
+#include "StandinServer.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <optional>
+
+namespace {
+
+// Sets an environment variable for a scope and puts the old value back.
+class EnvOverride {
+public:
+    EnvOverride(const char* name, const std::string& value) : m_name(name)
+    {
+        if (const char* old = std::getenv(name))
+            m_old = old;
+        ::setenv(name, value.c_str(), 1);
+    }
+    ~EnvOverride()
+    {
+        if (m_old)
+            ::setenv(m_name, m_old->c_str(), 1);
+        else
+            ::unsetenv(m_name);
+    }
+
+private:
+    const char* m_name;
+    std::optional<std::string> m_old;
+};
+
+QStringList itemsOf(const QComboBox* box)
+{
+    QStringList items;
+    for (int i = 0; i < box->count(); ++i)
+        items << box->itemText(i);
+    return items;
+}
+
+const std::string kWizardPassword = "Wizard-1";
+const std::string kChemistPassword = "Chemist-1";
+
+// Three instances on this computer (PC1): the Windows login of the wizard ("wizard", mapped
+// through LABFOLIO_ODBC_INTEGRATED) is a sysadmin on VELDRIN, unknown to NOLOGIN and an
+// ordinary login on PLAIN. The registry lists no local instance, so that the list shows only
+// what the network scan found.
+class StandinMachine {
+public:
+    StandinMachine() : server(options()) {}
+    explicit StandinMachine(StandinServer::Options o) : server(std::move(o)) {}
+
+    static StandinServer::Options options()
+    {
+        StandinServer::Options o;
+        o.instances = {
+            {"VELDRIN", "PC1", {{"wizard", kWizardPassword, true}, {"chemist", kChemistPassword, false}}, {}},
+            {"NOLOGIN", "PC1", {{"chemist", kChemistPassword, false}}, {}},
+            {"PLAIN", "PC1", {{"wizard", kWizardPassword, false}}, {}},
+        };
+        return o;
+    }
+
+    // Runs T-SQL as sa on an instance.
+    void execAsSa(const std::string& instance, const std::string& sql)
+    {
+        OdbcConnection c(server.odbcConnectionString("sa", StandinServer::saPassword(), {}, instance));
+        OdbcStatement s(c);
+        s.execute(sql);
+    }
+
+    std::shared_ptr<FakeSystemInfo> system = std::make_shared<FakeSystemInfo>();
+    RegistryFixture registry{regtext::kHeader};
+    sys::ScopedSystemOverride systemOverride{system};
+    StandinServer server;
+    EnvOverride browserPort{"LABFOLIO_SQLBROWSER_PORT", std::to_string(server.resolutionPort())};
+    EnvOverride windowsLogin{"LABFOLIO_ODBC_INTEGRATED", "UID=wizard;PWD=" + kWizardPassword};
+};
+
+TEST(ServerPagesE2E, AProbingScanListsOnlyTheInstanceWhereTheWindowsLoginMayCreateDatabases)
+{
+    StandinMachine machine;
+    SQLServerCtl page([] { return QStringLiteral("PC1\\VELDRIN"); });
+    auto* combo = page.findChild<QComboBox*>("cmbServerList");
+    QStringList probed;
+    QObject::connect(&page, &SQLServerCtl::probeApplied, &page,
+                     [&](int, const QString& name, bool) { probed << name; });
+
+    page.setCreatorOnly(true);
+    page.CheckList();
+    ASSERT_TRUE(page.isScanPending());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !page.isScanPending(); }, 60000));
+
+    probed.sort();
+    EXPECT_EQ(probed, (QStringList{"PC1\\NOLOGIN", "PC1\\PLAIN", "PC1\\VELDRIN"}))
+        << "every instance was probed";
+    EXPECT_EQ(itemsOf(combo), QStringList{"PC1\\VELDRIN"});
+    EXPECT_EQ(combo->currentText(), "PC1\\VELDRIN");
+    EXPECT_EQ(page.ServerName(), "PC1\\VELDRIN");
+}
+
+TEST(ServerPagesE2E, ServerNameResolvesLocalToTheDefaultInstancesOwnName)
+{
+    StandinServer::Options o;
+    o.instances = {{"MSSQLSERVER", "PC1", {{"wizard", kWizardPassword, false}}, {}}};
+    StandinMachine machine(o);
+    SQLServerCtl page;
+    auto* combo = page.findChild<QComboBox*>("cmbServerList");
+    combo->setEditText("(local)");
+    EXPECT_EQ(page.ServerName(), "PC1");
+}
+
+TEST(ServerPagesE2E, ServerNameReportsAnUnreachableDefaultInstance)
+{
+    StandinServer::Options o;
+    o.instances = {{"MSSQLSERVER", "PC1", {}, {}}}; // no login for the wizard's Windows identity
+    StandinMachine machine(o);
+    SQLServerCtl page;
+    page.findChild<QComboBox*>("cmbServerList")->setEditText("(local)");
+    try {
+        page.ServerName();
+        FAIL() << "no error raised";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.source(), "SQLServerCtl.errSource");
+        EXPECT_EQ(e.description().rfind("while getting the name of the local server instance, ", 0), 0u)
+            << e.description();
+        EXPECT_NE(e.description().find("wizard"), std::string::npos) << e.description();
+    }
+}
+
+TEST(ServerPagesE2E, APlainListingShowsEveryInstanceTheNetworkAnswers)
+{
+    StandinMachine machine;
+    SQLServerCtl page([] { return QStringLiteral("PC1\\VELDRIN"); });
+    auto* combo = page.findChild<QComboBox*>("cmbServerList");
+    page.setCreatorOnly(false);
+    page.CheckList();
+    QStringList items = itemsOf(combo);
+    items.sort();
+    EXPECT_EQ(items, (QStringList{"PC1\\NOLOGIN", "PC1\\PLAIN", "PC1\\VELDRIN"}));
+    EXPECT_FALSE(page.isScanPending());
+}
+
+TEST(ServerPagesE2E, TheDatabaseListHoldsTheDatabasesTheLoginMayUse)
+{
+    StandinMachine machine;
+    machine.execAsSa("PLAIN", "CREATE DATABASE LabData");
+    machine.execAsSa("PLAIN", "CREATE DATABASE Secret");
+    machine.execAsSa("PLAIN", "USE LabData; EXEC sp_grantdbaccess 'wizard'");
+
+    sqlserver::ConnectOptions options;
+    options.server = "PC1\\PLAIN";
+    auto connection = sqlserver::serverManager().Connect(options);
+    SQLDatabaseCtl page;
+    page.Initialize(*connection);
+
+    const QStringList items = itemsOf(page.findChild<QComboBox*>("cmbDatabase"));
+    EXPECT_TRUE(items.contains("LabData")) << items.join(",").toStdString();
+    EXPECT_FALSE(items.contains("Secret")) << items.join(",").toStdString();
+    EXPECT_TRUE(items.contains("master"));
+    EXPECT_LT(items.indexOf("master"), items.indexOf("LabData")) << "catalog order";
+    EXPECT_EQ(page.DatabaseName(), items.value(0));
+    EXPECT_FALSE(page.validateAdminLoginName(*connection));
+}
+
+TEST(ServerPagesE2E, TheMsdeDialogAcceptsAGoodSqlLoginAndReportsABadOne)
+{
+    StandinMachine machine;
+    ScriptedPrompter prompter;
+    frmUserInfo dialog(prompter);
+    dialog.show();
+    auto* txtMSDE = dialog.findChild<QLineEdit*>("txtMSDE");
+    auto* txtUser = dialog.findChild<QLineEdit*>("txtMSDEUser");
+    auto* txtPWD = dialog.findChild<QLineEdit*>("txtPWD");
+    auto* ok = dialog.findChild<QPushButton*>("OKButton");
+    ASSERT_EQ(txtMSDE->text(), "PC1\\VELDRIN");
+
+    txtUser->setText("chemist");
+    txtPWD->setText("not-the-password");
+    ok->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !dialog.isConnecting(); }, 30000));
+    EXPECT_TRUE(dialog.isVisible());
+    EXPECT_FALSE(dialog.OK());
+    EXPECT_FALSE(dialog.IsConnect());
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].title, "MSDE Server connection failed");
+    EXPECT_EQ(prompter.shown()[0].icon, MsgIcon::Information);
+    EXPECT_NE(prompter.shown()[0].text.find("chemist"), std::string::npos) << prompter.shown()[0].text;
+
+    txtPWD->setText(QString::fromStdString(" " + kChemistPassword + " "));
+    ok->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }, 30000));
+    EXPECT_TRUE(dialog.OK());
+    EXPECT_TRUE(dialog.IsConnect());
+    EXPECT_EQ(dialog.MSDEPWD().toStdString(), kChemistPassword);
+    EXPECT_EQ(prompter.shown().size(), 1u);
+}
+
+} // namespace

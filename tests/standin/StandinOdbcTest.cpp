@@ -1,0 +1,329 @@
+// lf-standin with the real engine, through the FreeTDS ODBC driver over unixODBC: the way the
+// product talks to SQL Server.
+
+#include "OdbcTestClient.h"
+#include "StandinServer.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Rows = std::vector<std::vector<std::optional<std::string>>>;
+
+std::vector<std::string> firstColumn(const Rows& rows)
+{
+    std::vector<std::string> out;
+    for (const auto& r : rows)
+        out.push_back(r.at(0).value_or("NULL"));
+    return out;
+}
+
+bool contains(const std::vector<std::string>& v, const std::string& s)
+{
+    return std::find(v.begin(), v.end(), s) != v.end();
+}
+
+std::vector<std::string> messagesOf(const std::vector<OdbcDiag>& diags)
+{
+    std::vector<std::string> out;
+    for (const OdbcDiag& d : diags)
+        out.push_back(d.text);
+    return out;
+}
+
+std::string sqlPath(const fs::path& p)
+{
+    return "N'" + p.string() + "'";
+}
+
+class StandinOdbcTest : public ::testing::Test {
+protected:
+    static StandinServer::Options options(int stepMillis = 50)
+    {
+        StandinServer::Options o;
+        o.instances = {StandinServer::Instance{"MSSQLSERVER", "LABHOST", {{"chemist", "Secret-1"}}, {}}};
+        o.progressStepMillis = stepMillis;
+        return o;
+    }
+    std::string sa(const std::string& database = {}) const
+    {
+        return m_server->odbcConnectionString("sa", StandinServer::saPassword(), database);
+    }
+    void SetUp() override { m_server = std::make_unique<StandinServer>(options()); }
+
+    // A database with one table of a few rows, for backup and restore.
+    void createLabDatabase(OdbcConnection& c)
+    {
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Lab1");
+        s.execute("CREATE TABLE Lab1.dbo.samples (id int PRIMARY KEY, name nvarchar(50))");
+        s.execute("INSERT INTO Lab1.dbo.samples (id, name) VALUES (1, N'benzene'), (2, N'toluene'), (3, N'xylene')");
+    }
+
+    std::unique_ptr<StandinServer> m_server;
+};
+
+}  // namespace
+
+TEST_F(StandinOdbcTest, SaLogsInAndListsTheSystemDatabases)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    const auto names = firstColumn(s.query("SELECT name FROM sys.databases"));
+    EXPECT_TRUE(contains(names, "master"));
+    EXPECT_TRUE(contains(names, "tempdb"));
+}
+
+TEST_F(StandinOdbcTest, ConfiguredLoginLogsIn)
+{
+    OdbcConnection c(m_server->odbcConnectionString("chemist", "Secret-1"));
+    OdbcStatement s(c);
+    EXPECT_EQ(firstColumn(s.query("SELECT SUSER_SNAME()")), std::vector<std::string>{"chemist"});
+}
+
+TEST_F(StandinOdbcTest, WrongPasswordShowsLoginFailed18456)
+{
+    try {
+        OdbcConnection c(m_server->odbcConnectionString("sa", "not-the-password"));
+        FAIL() << "the login succeeded";
+    } catch (const OdbcError& e) {
+        const bool found = std::any_of(e.diags.begin(), e.diags.end(), [](const OdbcDiag& d) {
+            return d.native == 18456 && d.text.find("Login failed for user 'sa'") != std::string::npos;
+        });
+        EXPECT_TRUE(found) << e.what();
+    }
+}
+
+TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.execute("CREATE DATABASE Types");
+    s.execute("CREATE TABLE Types.dbo.t (k int, i int, b bigint, sm smallint, ti tinyint, bt bit, f float, "
+              "nv nvarchar(50), nvm nvarchar(max), v varchar(50), vm varchar(max), dt datetime, "
+              "g uniqueidentifier, vb varbinary(100))");
+    const std::string longText(9000, 'q');
+    s.execute("INSERT INTO Types.dbo.t VALUES (1, -2147483648, 9223372036854775807, -32768, 255, 1, 2.5, "
+              "N'caf\xC3\xA9', N'" + longText + "', 'plain', '" + longText + "', '2024-02-29 13:45:12.123', "
+              "'6F9619FF-8B86-D011-B42D-00C04FC964FF', 0xDEADBEEF)");
+    s.execute("INSERT INTO Types.dbo.t (k) VALUES (2)");
+
+    // The same values again, as typed parameters (FreeTDS sends them through sp_executesql).
+    OdbcStatement p(c);
+    SQLINTEGER k = 3, i = -2147483647 - 1;
+    SQLBIGINT b = 9223372036854775807LL;
+    SQLSMALLINT sm = -32768;
+    unsigned char ti = 255, bt = 1;
+    double f = 2.5;
+    SQLWCHAR nv[] = {'c', 'a', 'f', 0xE9, 0};
+    std::u16string nvmText(longText.begin(), longText.end());
+    char v[] = "plain";
+    SQL_TIMESTAMP_STRUCT dt{2024, 2, 29, 13, 45, 12, 123000000};
+    SQLGUID g{0x6F9619FF, 0x8B86, 0xD011, {0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF}};
+    unsigned char vb[] = {0xDE, 0xAD, 0xBE, 0xEF};
+    SQLLEN nts = SQL_NTS, vbLen = 4, nvmLen = static_cast<SQLLEN>(nvmText.size() * 2), vmLen = 9000;
+    SQLLEN zero = 0;
+    int n = 0;
+    auto bind = [&](SQLSMALLINT cType, SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, void* value,
+                    SQLLEN bufLen, SQLLEN* ind) {
+        p.check(SQLBindParameter(p.handle(), static_cast<SQLUSMALLINT>(++n), SQL_PARAM_INPUT, cType, sqlType, size,
+                                 digits, value, bufLen, ind),
+                "SQLBindParameter");
+    };
+    bind(SQL_C_SLONG, SQL_INTEGER, 0, 0, &k, 0, &zero);
+    bind(SQL_C_SLONG, SQL_INTEGER, 0, 0, &i, 0, &zero);
+    bind(SQL_C_SBIGINT, SQL_BIGINT, 0, 0, &b, 0, &zero);
+    bind(SQL_C_SSHORT, SQL_SMALLINT, 0, 0, &sm, 0, &zero);
+    bind(SQL_C_UTINYINT, SQL_TINYINT, 0, 0, &ti, 0, &zero);
+    bind(SQL_C_BIT, SQL_BIT, 0, 0, &bt, 0, &zero);
+    bind(SQL_C_DOUBLE, SQL_DOUBLE, 0, 0, &f, 0, &zero);
+    bind(SQL_C_WCHAR, SQL_WVARCHAR, 50, 0, nv, sizeof nv, &nts);
+    bind(SQL_C_WCHAR, SQL_WLONGVARCHAR, nvmText.size(), 0, nvmText.data(), nvmLen, &nvmLen);
+    bind(SQL_C_CHAR, SQL_VARCHAR, 50, 0, v, sizeof v, &nts);
+    bind(SQL_C_CHAR, SQL_LONGVARCHAR, longText.size(), 0, const_cast<char*>(longText.data()), vmLen, &vmLen);
+    bind(SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 23, 3, &dt, 0, &zero);
+    bind(SQL_C_GUID, SQL_GUID, 16, 0, &g, 0, &zero);
+    bind(SQL_C_BINARY, SQL_VARBINARY, 100, 0, vb, 4, &vbLen);
+    p.execute("INSERT INTO Types.dbo.t VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+
+    const Rows rows = s.query("SELECT k, i, b, sm, ti, bt, f, nv, nvm, v, vm, dt, g, vb FROM Types.dbo.t ORDER BY k");
+    ASSERT_EQ(rows.size(), 3u);
+    for (size_t r : {size_t{0}, size_t{2}}) {
+        SCOPED_TRACE("row " + std::to_string(r + 1));
+        const auto& row = rows[r];
+        EXPECT_EQ(row[1], "-2147483648");
+        EXPECT_EQ(row[2], "9223372036854775807");
+        EXPECT_EQ(row[3], "-32768");
+        EXPECT_EQ(row[4], "255");
+        EXPECT_EQ(row[5], "1");
+        EXPECT_EQ(std::stod(row[6].value_or("0")), 2.5);
+        EXPECT_EQ(row[7], "caf\xC3\xA9");
+        EXPECT_EQ(row[8], longText);
+        EXPECT_EQ(row[9], "plain");
+        EXPECT_EQ(row[10], longText);
+        EXPECT_EQ(row[11], "2024-02-29 13:45:12.123");
+        EXPECT_EQ(row[12], "6F9619FF-8B86-D011-B42D-00C04FC964FF");
+        EXPECT_EQ(row[13], "DEADBEEF");
+    }
+    for (size_t col = 1; col < rows[1].size(); ++col)
+        EXPECT_FALSE(rows[1][col].has_value()) << "column " << col << " of the row of NULLs";
+}
+
+TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.execute("CREATE PROCEDURE add_one @a int, @b int OUTPUT AS BEGIN SET @b = @a + 1; RETURN 7; END");
+    OdbcStatement call(c);
+    SQLINTEGER status = 0, a = 41, b = 0;
+    SQLLEN statusInd = 0, aInd = 0, bInd = 0;
+    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status, 0,
+                                &statusInd),
+               "bind status");
+    call.check(SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
+               "bind a");
+    call.check(SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
+               "bind b");
+    call.execute("{? = call add_one(?, ?)}");
+    while (SQLMoreResults(call.handle()) == SQL_SUCCESS) {
+    }
+    EXPECT_EQ(status, 7);
+    EXPECT_EQ(b, 42);
+}
+
+TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds)
+{
+    OdbcConnection c(sa());
+    createLabDatabase(c);
+    const fs::path target = m_server->scratchFolder() / "lab1.bak";
+    OdbcStatement s(c);
+    SQLRETURN rc = s.execute("BACKUP DATABASE Lab1 TO DISK = " + sqlPath(target) + " WITH STATS = 10");
+    // The driver hands back control at the first progress report. The backup file appears only
+    // when the backup completes, so its absence now shows the report came first.
+    ASSERT_EQ(rc, SQL_SUCCESS_WITH_INFO);
+    std::vector<std::string> first = messagesOf(s.diagnostics());
+    ASSERT_EQ(first, std::vector<std::string>{"[FreeTDS][SQL Server]10 percent processed."});
+    EXPECT_FALSE(fs::exists(target));
+
+    std::vector<std::string> later;
+    while ((rc = SQLMoreResults(s.handle())) != SQL_NO_DATA) {
+        s.check(rc, "SQLMoreResults");
+        const auto m = messagesOf(s.diagnostics());
+        EXPECT_LE(m.size(), 1u) << "progress reports should come one at a time";
+        later.insert(later.end(), m.begin(), m.end());
+    }
+    ASSERT_FALSE(later.empty());
+    EXPECT_NE(std::find(later.begin(), later.end(), "[FreeTDS][SQL Server]100 percent processed."), later.end());
+    EXPECT_NE(later.back().find("BACKUP DATABASE successfully processed"), std::string::npos) << later.back();
+    EXPECT_TRUE(fs::exists(target));
+}
+
+TEST_F(StandinOdbcTest, CancelFromAnotherThreadStopsABackupAndLeavesNoFile)
+{
+    m_server = std::make_unique<StandinServer>(options(200));
+    OdbcConnection c(sa());
+    createLabDatabase(c);
+    const fs::path target = m_server->scratchFolder() / "cancelled.bak";
+    OdbcStatement s(c);
+    ASSERT_EQ(s.execute("BACKUP DATABASE Lab1 TO DISK = " + sqlPath(target) + " WITH STATS = 10"),
+              SQL_SUCCESS_WITH_INFO);
+    // The product's Stop button: SQLCancel from another thread while this one waits for results.
+    std::atomic<SQLRETURN> cancelled{SQL_ERROR};
+    std::thread stopper([&] { cancelled = SQLCancel(s.handle()); });
+    std::vector<std::string> messages;
+    SQLRETURN rc;
+    while ((rc = SQLMoreResults(s.handle())) != SQL_NO_DATA && rc != SQL_ERROR) {
+        const auto m = messagesOf(s.diagnostics());
+        messages.insert(messages.end(), m.begin(), m.end());
+    }
+    const auto m = messagesOf(s.diagnostics());
+    messages.insert(messages.end(), m.begin(), m.end());
+    stopper.join();
+    EXPECT_TRUE(SQL_SUCCEEDED(cancelled.load()));
+    for (const std::string& text : messages)
+        EXPECT_EQ(text.find("successfully processed"), std::string::npos) << "the backup completed: " << text;
+    EXPECT_NE(std::find(messages.begin(), messages.end(), "[FreeTDS][SQL Server]Operation was cancelled"),
+              messages.end());
+    EXPECT_FALSE(fs::exists(target));
+    for (const auto& entry : fs::directory_iterator(m_server->scratchFolder()))
+        ADD_FAILURE() << "left behind: " << entry.path();
+    // The connection stays usable.
+    OdbcStatement again(c);
+    EXPECT_EQ(firstColumn(again.query("SELECT COUNT(*) FROM Lab1.dbo.samples")), std::vector<std::string>{"3"});
+}
+
+TEST_F(StandinOdbcTest, RestoreFileListAndRestoreWithMoveThenQuery)
+{
+    OdbcConnection c(sa());
+    createLabDatabase(c);
+    const fs::path backup = m_server->scratchFolder() / "lab1.bak";
+    OdbcStatement s(c);
+    s.query("BACKUP DATABASE Lab1 TO DISK = " + sqlPath(backup));
+
+    const Rows files = s.query("RESTORE FILELISTONLY FROM DISK = " + sqlPath(backup));
+    ASSERT_EQ(files.size(), 2u);
+    std::vector<std::string> logical = firstColumn(files);
+    EXPECT_TRUE(contains(logical, "Lab1"));
+    EXPECT_TRUE(contains(logical, "Lab1_log"));
+
+    const fs::path data = m_server->scratchFolder() / "Lab2.mdf";
+    const fs::path log = m_server->scratchFolder() / "Lab2_log.ldf";
+    s.query("RESTORE DATABASE Lab2 FROM DISK = " + sqlPath(backup) + " WITH MOVE N'Lab1' TO " + sqlPath(data) +
+            ", MOVE N'Lab1_log' TO " + sqlPath(log) + ", STATS = 25");
+    EXPECT_EQ(firstColumn(s.query("SELECT name FROM Lab2.dbo.samples ORDER BY id")),
+              (std::vector<std::string>{"benzene", "toluene", "xylene"}));
+    EXPECT_TRUE(contains(firstColumn(s.query("SELECT name FROM sys.databases")), "Lab2"));
+}
+
+TEST_F(StandinOdbcTest, TwentyClientsAtOnce)
+{
+    {
+        OdbcConnection c(sa());
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Busy");
+        s.execute("CREATE TABLE Busy.dbo.hits (client int, n int)");
+    }
+    constexpr int kClients = 20;
+    std::vector<std::thread> threads;
+    std::atomic<int> succeeded{0};
+    std::vector<std::string> failures(kClients);
+    for (int t = 0; t < kClients; ++t)
+        threads.emplace_back([&, t] {
+            try {
+                OdbcConnection c(sa("Busy"));
+                OdbcStatement s(c);
+                for (int n = 0; n < 5; ++n)
+                    s.execute("INSERT INTO hits (client, n) VALUES (" + std::to_string(t) + ", " + std::to_string(n) + ")");
+                const auto rows = s.query("SELECT COUNT(*) FROM hits WHERE client = " + std::to_string(t));
+                if (rows.at(0).at(0) == "5")
+                    ++succeeded;
+                else
+                    failures[t] = "count " + rows.at(0).at(0).value_or("NULL");
+            } catch (const std::exception& e) {
+                failures[t] = e.what();
+            }
+        });
+    for (auto& th : threads)
+        th.join();
+    for (int t = 0; t < kClients; ++t)
+        EXPECT_EQ(failures[t], "") << "client " << t;
+    EXPECT_EQ(succeeded.load(), kClients);
+    OdbcConnection c(sa("Busy"));
+    OdbcStatement s(c);
+    EXPECT_EQ(firstColumn(s.query("SELECT COUNT(*) FROM hits")), std::vector<std::string>{"100"});
+}
+
+TEST_F(StandinOdbcTest, SigtermEndsOpenSessionsAndExitsCleanly)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.query("SELECT name FROM sys.databases");
+    EXPECT_EQ(m_server->stop(), 0);
+    EXPECT_NE(m_server->output().find("stopped"), std::string::npos);
+}
