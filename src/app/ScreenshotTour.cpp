@@ -1,18 +1,40 @@
 #include "ScreenshotTour.h"
 
+#include "LfError.h"
+#include "QtPrompter.h"
+#include "SQLDatabaseCtl.h"
+#include "SQLServerCtl.h"
+#include "ServerManager.h"
 #include "frmInstall.h"
+#include "frmUserInfo.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QPixmap>
+#include <QPushButton>
 
 namespace {
 
-bool save(frmInstall& window, const QString& folder, const QString& name)
+bool save(QWidget& widget, const QString& folder, const QString& name)
 {
     QApplication::processEvents();
     const QString path = QDir(folder).filePath(name + ".png");
-    return window.grab().save(path);
+    return widget.grab().save(path);
+}
+
+// The database page lists what the local server (or the desktop instance the frame found)
+// offers when one answers; otherwise it shows its empty list.
+void fillDatabasePage(frmInstall& window)
+{
+    try {
+        sqlserver::ConnectOptions options;
+        options.server = window.LocalServerName().empty() ? "(local)" : window.LocalServerName();
+        options.loginTimeoutSeconds = 3;
+        auto server = sqlserver::serverManager().Connect(options);
+        window.databasePage()->Initialize(*server);
+    } catch (const LfError&) {
+        // No server here: the page is pictured as it is.
+    }
 }
 
 }  // namespace
@@ -25,7 +47,16 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     saved += save(window, folder, "00-welcome");
     window.cmdNext_Click();
     saved += save(window, folder, "01-tasks");
+
     // Pages the tour shows directly, whichever task would lead there.
+    window.serverPage()->CheckList();
+    window.ShowServerPage();
+    if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton"); rescan && rescan->isVisible())
+        rescan->click();   // a probing scan, pictured while it runs
+    saved += save(window, folder, "02-server-scanning");
+    fillDatabasePage(window);
+    window.ShowDatabasePage();
+    saved += save(window, folder, "03-database");
     window.ShowIndexLocationPage();
     saved += save(window, folder, "04-index-location");
     window.ShowServiceNamePage();
@@ -38,5 +69,11 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     saved += save(window, folder, "12-service-file");
     window.ShowSummaryPage();
     saved += save(window, folder, "08-summary");
+
+    QtPrompter prompter(&window);
+    frmUserInfo login(prompter, &window);
+    login.show();
+    saved += save(login, folder, "msde-login");
+    login.hide();
     return saved;
 }

@@ -6,6 +6,8 @@
 #include "MSTFileLocationCtl.h"
 #include "MSTFileUpdateCtl.h"
 #include "PageHeaders.h"
+#include "SQLDatabaseCtl.h"
+#include "SQLServerCtl.h"
 #include "ServiceDirectoryCtl.h"
 #include "ServiceFileCtl.h"
 #include "ServiceNameCtl.h"
@@ -128,6 +130,10 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mWelcomeCtl->setObjectName("mWelcomeCtl");
     mTaskPickerCtl = new TaskPickerCtl(this);
     mTaskPickerCtl->setObjectName("mTaskPickerCtl");
+    mSQLServerCtl = new SQLServerCtl([this] { return QString::fromStdString(m_localServerName); }, this);
+    mSQLServerCtl->setObjectName("mSQLServerCtl");
+    mSQLDatabaseCtl = new SQLDatabaseCtl(this);
+    mSQLDatabaseCtl->setObjectName("mSQLDatabaseCtl");
     mMSTFileLocationCtl = new MSTFileLocationCtl(this);
     mMSTFileLocationCtl->setObjectName("mMSTFileLocationCtl");
     mMSTFileUpdateCtl = new MSTFileUpdateCtl(this);
@@ -153,9 +159,9 @@ frmInstall::~frmInstall() = default;
 
 QList<WizardPage*> frmInstall::pages() const
 {
-    return {mWelcomeCtl,         mTaskPickerCtl,      mMSTFileLocationCtl, mMSTFileUpdateCtl,
-            mServiceDirectoryCtl, mDBMigrateUpdateCtl, mServiceNameCtl,     mServiceFileCtl,
-            mBackupDirectoryCtl};
+    return {mWelcomeCtl,         mTaskPickerCtl,      mSQLServerCtl,       mSQLDatabaseCtl,
+            mMSTFileLocationCtl, mMSTFileUpdateCtl,   mServiceDirectoryCtl, mDBMigrateUpdateCtl,
+            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl};
 }
 
 void frmInstall::Form_Load()
@@ -226,6 +232,9 @@ void frmInstall::layoutPages()
     for (WizardPage* page : pages())
         if (page != mWelcomeCtl)
             page->setGeometry(r);
+    // The server and database pages start where the side picture ends.
+    for (WizardPage* page : {static_cast<WizardPage*>(mSQLServerCtl), static_cast<WizardPage*>(mSQLDatabaseCtl)})
+        page->setGeometry(QRect(QPoint(Image1->width(), r.top()), r.bottomRight()));
 }
 
 void frmInstall::setHeaderBandVisible(bool visible)
@@ -285,6 +294,18 @@ void frmInstall::ShowTaskPage()
     showInputPage(mTaskPickerCtl, TaskPage);
 }
 
+void frmInstall::ShowServerPage()
+{
+    mSQLServerCtl->setCreatorOnly(false);
+    showInputPage(mSQLServerCtl, ServerPage);
+}
+
+void frmInstall::ShowDatabasePage()
+{
+    lblTop->setText("SQL Server Database Information");
+    showInputPage(mSQLDatabaseCtl, DatabasePage);
+}
+
 void frmInstall::ShowIndexLocationPage()
 {
     showInputPage(mMSTFileLocationCtl, IndexLocationPage);
@@ -330,7 +351,7 @@ void frmInstall::updateNextAvailability()
         offered = true;
         break;
     case TaskPage:
-        offered = task() == TaskPickerCtl::ConnectService;
+        offered = task() == TaskPickerCtl::ConnectService || task() == TaskPickerCtl::RebuildIndex;
         break;
     default:
         break;
@@ -358,6 +379,11 @@ void frmInstall::cmdNext_Click()
             if (task() == TaskPickerCtl::ConnectService) {
                 mTaskPickerCtl->hide();
                 ShowServiceFilePage();
+            } else if (task() == TaskPickerCtl::RebuildIndex) {
+                mTaskPickerCtl->hide();
+                mSQLServerCtl->setCreatorOnly(false);
+                mSQLServerCtl->CheckList();
+                ShowServerPage();
             }
             break;
         default:
@@ -380,6 +406,14 @@ void frmInstall::cmdBack_Click()
     case ServiceFilePage:
         mServiceFileCtl->hide();
         ShowTaskPage();
+        break;
+    case ServerPage:
+        mSQLServerCtl->hide();
+        ShowTaskPage();
+        break;
+    case DatabasePage:
+        mSQLDatabaseCtl->hide();
+        ShowServerPage();
         break;
     default:
         break;

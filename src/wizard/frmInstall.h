@@ -13,6 +13,8 @@ class Prompter;
 class QFrame;
 class QLabel;
 class QPushButton;
+class SQLDatabaseCtl;
+class SQLServerCtl;
 class ServiceDirectoryCtl;
 class ServiceFileCtl;
 class ServiceNameCtl;
@@ -56,6 +58,8 @@ public:
 
     WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
     TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
+    SQLServerCtl* serverPage() const { return mSQLServerCtl; }
+    SQLDatabaseCtl* databasePage() const { return mSQLDatabaseCtl; }
     MSTFileLocationCtl* indexLocationPage() const { return mMSTFileLocationCtl; }
     ServiceNameCtl* serviceNamePage() const { return mServiceNameCtl; }
     ServiceDirectoryCtl* serviceFolderPage() const { return mServiceDirectoryCtl; }
@@ -79,6 +83,8 @@ public:
 
     void ShowWelcomePage();
     void ShowTaskPage();
+    void ShowServerPage();
+    void ShowDatabasePage();
     void ShowIndexLocationPage();
     void ShowServiceNamePage();
     void ShowServiceFolderPage();
@@ -118,6 +124,8 @@ private:
 
     WelcomeCtl* mWelcomeCtl;
     TaskPickerCtl* mTaskPickerCtl;
+    SQLServerCtl* mSQLServerCtl;
+    SQLDatabaseCtl* mSQLDatabaseCtl;
     MSTFileLocationCtl* mMSTFileLocationCtl;
     MSTFileUpdateCtl* mMSTFileUpdateCtl;
     ServiceDirectoryCtl* mServiceDirectoryCtl;

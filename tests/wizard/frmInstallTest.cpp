@@ -1,10 +1,14 @@
+#include "FakeServerManager.h"
 #include "RegistryFixture.h"
+#include "SQLDatabaseCtl.h"
+#include "SQLServerCtl.h"
 #include "ScriptedPrompter.h"
 #include "TaskPickerCtl.h"
 #include "WelcomeCtl.h"
 #include "WizardPage.h"
 #include "frmInstall.h"
 
+#include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
@@ -39,6 +43,9 @@ protected:
         return n;
     }
 
+    // No test of the frame reaches a real network.
+    std::shared_ptr<FakeServerManager> servers = std::make_shared<FakeServerManager>();
+    sqlserver::ScopedServerManagerOverride serverOverride{servers};
     RegistryFixture registry;
     ScriptedPrompter prompter;
     std::unique_ptr<frmInstall> window;
@@ -255,4 +262,53 @@ TEST_F(FrameTest, ShowingAnInputPageGivesItsFieldTheFocus)
     window->ShowServiceNamePage();
     QApplication::processEvents();
     EXPECT_EQ(QApplication::focusWidget(), child("mServiceNameCtl")->findChild<QWidget*>("Text1"));
+}
+
+TEST_F(FrameTest, RebuildingTheIndexLeadsToTheServerPageListingTheNetwork)
+{
+    servers->networkLists = {std::vector<std::string>{"LABSRV1", "LABSRV2\\CHEM"}};
+    window->cmdNext_Click();
+    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mRebuildMolIDsOption"), Qt::LeftButton);
+    ASSERT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
+    window->cmdNext_Click();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::ServerPage);
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Rebuild SQLServer Chemical Structure Index");
+    EXPECT_EQ(child<QLabel>("lblHeader")->text(),
+              "Select the database server that contains the chemical structures to index.");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "Next >");
+    // A plain listing: network names first, then the local instances not already there.
+    auto* list = child<QComboBox>("cmbServerList");
+    ASSERT_GE(list->count(), 2);
+    EXPECT_EQ(list->itemText(0), "LABSRV1");
+    EXPECT_EQ(list->itemText(1), "LABSRV2\\CHEM");
+    EXPECT_EQ(servers->listCalls(), 1u);
+    // The page starts where the side picture ends and stays above the bottom note.
+    const QRect page = window->serverPage()->geometry();
+    EXPECT_EQ(page.left(), child("Image1")->width());
+    EXPECT_EQ(page.bottom(), window->pageRect().bottom());
+    // Moving on (connecting, the database page) comes with the task's flow.
+    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
+
+    window->cmdBack_Click();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
+    EXPECT_EQ(visiblePages(), 1);
+    // A list once filled is not filled again when the user comes back.
+    window->cmdNext_Click();
+    EXPECT_EQ(servers->listCalls(), 1u);
+}
+
+TEST_F(FrameTest, DatabasePageHeaderFollowsTheTask)
+{
+    window->cmdNext_Click();
+    window->ShowDatabasePage();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::DatabasePage);
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Multi-User Database Setup");
+    EXPECT_EQ(child<QLabel>("lblHeader")->text(), "Provide the name of the multi-user database you want to create.");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "&Next >");
+    EXPECT_EQ(window->databasePage()->geometry().left(), child("Image1")->width());
+    EXPECT_EQ(visiblePages(), 1);
+    window->cmdBack_Click();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::ServerPage);
+    EXPECT_EQ(visiblePages(), 1);
 }
