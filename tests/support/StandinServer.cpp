@@ -141,7 +141,7 @@ std::string StandinServer::odbcConnectionString(const std::string& user, const s
                                                 const std::string& database, const std::string& instance) const
 {
     std::string s = "DRIVER={FreeTDS};SERVER=" + m_host + ";PORT=" + std::to_string(port(instance)) +
-                    ";TDS_Version=7.4;UID=" + user + ";PWD={" + password + "}";
+                    ";TDS_Version=7.4;ClientCharset=UTF-8;UID=" + user + ";PWD={" + password + "}";
     if (!database.empty())
         s += ";DATABASE=" + database;
     return s + ";";

@@ -62,7 +62,8 @@ public:
     // A scratch folder next to the data folders (backup files, restore targets), removed with them.
     std::filesystem::path scratchFolder() const { return m_root / "scratch"; }
 
-    // A connection string for the FreeTDS ODBC driver straight to an instance's port.
+    // A connection string for the FreeTDS ODBC driver straight to an instance's port (TDS 7.4,
+    // UTF-8 text on the client side).
     std::string odbcConnectionString(const std::string& user, const std::string& password,
                                      const std::string& database = {}, const std::string& instance = {}) const;
     // sa's password: LABFOLIO_STANDIN_SA_PASSWORD, or the stand-in's default.

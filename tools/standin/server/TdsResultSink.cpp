@@ -142,7 +142,10 @@ void TdsResultSink::finishBatch()
 
 void TdsResultSink::finishProcedure(const std::vector<RpcParameter>& parameters, bool moreFollows)
 {
-    m_tokens.returnStatus(m_returnStatus.value_or(m_anyError ? -6 : 0));
+    // No status when the engine gives none: SQL Server answers a call to a procedure that does
+    // not exist with the error alone.
+    if (m_returnStatus)
+        m_tokens.returnStatus(*m_returnStatus);
     uint16_t ordinal = 0;
     for (const RpcParameter& p : parameters) {
         if (p.output) {
