@@ -82,6 +82,36 @@ TEST_F(StandinOdbcTest, SaLogsInAndListsDatabases)
     EXPECT_TRUE(contains(names, "Inventory"));
 }
 
+TEST_F(StandinOdbcTest, ClientsOfTds71To74AllGetLongTextAndDatabaseChanges)
+{
+    {
+        OdbcConnection c(sa());
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Notes");
+        s.execute("CREATE TABLE Notes.dbo.n (id int, body ntext)");
+        s.execute("INSERT INTO Notes.dbo.n VALUES (1, N'" + std::string(6000, 'z') + "'), (2, NULL)");
+    }
+    const std::string base = sa();
+    for (const std::string version : {"7.1", "7.2", "7.3", "7.4"}) {
+        SCOPED_TRACE("TDS " + version);
+        std::string cs = base;
+        cs.replace(cs.find("TDS_Version=7.4"), 15, "TDS_Version=" + version);
+        OdbcConnection c(cs);
+        OdbcStatement s(c);
+        // Long text travels as ntext before 7.2 and as nvarchar(max) from 7.2 on.
+        const auto rows = s.query("SELECT id, body FROM Notes.dbo.n ORDER BY id");
+        ASSERT_EQ(rows.size(), 2u);
+        EXPECT_EQ(rows[0][1], std::string(6000, 'z'));
+        EXPECT_FALSE(rows[1][1].has_value());
+        // USE reaches the driver as an ENVCHANGE: it then knows the current database.
+        s.query("USE Notes");
+        SQLCHAR catalog[128] = {};
+        SQLINTEGER length = 0;
+        ASSERT_TRUE(SQL_SUCCEEDED(SQLGetConnectAttr(c.handle(), SQL_ATTR_CURRENT_CATALOG, catalog, sizeof catalog, &length)));
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(catalog)), "Notes");
+    }
+}
+
 TEST_F(StandinOdbcTest, ConfiguredLoginLogsIn)
 {
     OdbcConnection c(m_server->odbcConnectionString("chemist", "Secret-1"));

@@ -98,13 +98,8 @@ void TdsResultSink::message(const ServerMessage& message)
 void TdsResultSink::databaseChanged(const std::string& oldName, const std::string& newName)
 {
     writePendingDone(true);
+    // The engine follows this with its own 5701 message, as SQL Server does.
     m_tokens.envChange(EnvDatabase, newName, oldName);
-    ServerMessage info;
-    info.number = 5701;
-    info.state = 1;
-    info.severity = 0;
-    info.text = "Changed database context to '" + newName + "'.";
-    m_tokens.message(info);
     afterToken();
 }
 
