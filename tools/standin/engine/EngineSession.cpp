@@ -378,8 +378,19 @@ void EngineSession::streamRows(SqliteStmt& st, const Stmt& s, ResultSink& sink)
     uint64_t count = 0;
     std::vector<Value> row(static_cast<size_t>(n));
     while (have) {
-        for (int i = 0; i < n; ++i)
-            row[static_cast<size_t>(i)] = normalizeValue(columnValue(st.get(), i), columns[static_cast<size_t>(i)]);
+        for (int i = 0; i < n; ++i) {
+            const ColumnInfo& c = columns[static_cast<size_t>(i)];
+            Value v = columnValue(st.get(), i);
+            if (c.type == SqlType::DateTime && std::holds_alternative<std::string>(v)) {
+                // Dates are stored as written; they leave in SQL Server's one format.
+                try {
+                    v = convertValue(v, "datetime");
+                } catch (const SqlError&) {
+                    // A text that is no date (SQLite let it in) is passed on as it is.
+                }
+            }
+            row[static_cast<size_t>(i)] = normalizeValue(v, c);
+        }
         sink.row(row);
         ++count;
         if (count % 64 == 0 && sink.cancelRequested())

@@ -1225,6 +1225,10 @@ private:
                 // SQLite numbers rows itself only through an INTEGER PRIMARY KEY column.
                 def += "INTEGER PRIMARY KEY AUTOINCREMENT";
             } else {
+                // SQLite's type names take numbers only: (max) is kept as (-1), which reads back
+                // as (max).
+                if (auto m = type.find("(max)"); m != std::string::npos)
+                    type.replace(m, 5, "(-1)");
                 def += type;
                 if (isCharacterType(info))
                     def += " COLLATE NOCASE";
