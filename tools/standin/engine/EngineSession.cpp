@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
+#include <thread>
 
 namespace standin {
 namespace {
@@ -336,7 +338,20 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
             streamRows(st, s, sink);
             return;
         }
-        while (st.step()) {
+        // Two autocommit writers on one file can each hold a read lock and want the write
+        // lock; SQLite then refuses one of them at once instead of waiting. The refused
+        // statement has changed nothing, so it is simply run again.
+        for (int attempt = 0;; ++attempt) {
+            try {
+                while (st.step()) {
+                }
+                break;
+            } catch (const SqlError& e) {
+                if (e.number() != 1222 || m_inTransaction || attempt >= 3000)
+                    throw;
+                sqlite3_reset(st.get());
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
         }
         if (i == 0)
             changes = static_cast<uint64_t>(sqlite3_changes(m_db.get()));
