@@ -143,3 +143,59 @@ TEST_F(ProceduresTest, SystemProceduresAsRpcCalls)
     ASSERT_EQ(unknown.errors().size(), 1u);
     EXPECT_EQ(unknown.errors()[0].number, 2812);
 }
+
+TEST_F(ProceduresTest, UserProceduresWithOutputAndReturnStatus)
+{
+    auto s = sa("LFDesktop10");
+    ok(*s, "CREATE PROCEDURE add_one @a int, @b int OUTPUT AS BEGIN SET @b = @a + 1; RETURN 7; END");
+    // As ODBC's "{? = call add_one(?, ?)}" arrives: arguments without names.
+    std::vector<RpcParameter> params{intParam("", 41), intParam("", 0, true)};
+    RecordingSink sink;
+    s->executeRpc("add_one", params, sink);
+    ASSERT_TRUE(sink.errors().empty()) << sink.errors()[0].text;
+    EXPECT_EQ(params[1].value, V(42));
+    EXPECT_EQ(sink.events.back().kind, RecordingSink::Event::ReturnStatus);
+    EXPECT_EQ(sink.events.back().status, 7);
+    // Under names of a driver's own choosing, the arguments count by position too.
+    std::vector<RpcParameter> named{intParam("@P1", 1), intParam("@P2", 0, true)};
+    RecordingSink sink2;
+    s->executeRpc("dbo.add_one", named, sink2);
+    EXPECT_EQ(named[1].value, V(2));
+    // From a batch, with EXEC @status = ...
+    auto batch = ok(*s, "DECLARE @r int, @out int\nEXEC @r = add_one @a = 9, @b = @out OUTPUT\nSELECT @r, @out");
+    EXPECT_EQ(batch.rows(), (std::vector<std::vector<Value>>{{V(7), V(10)}}));
+    auto missing = run(*s, "EXEC add_one");
+    ASSERT_EQ(missing.errors().size(), 1u);
+    EXPECT_EQ(missing.errors()[0].number, 201);
+    ok(*s, "DROP PROCEDURE add_one");
+    EXPECT_EQ(run(*s, "EXEC add_one 1, 2").errors().at(0).number, 2812);
+    // A body that does not parse is refused when the procedure is created.
+    EXPECT_EQ(run(*s, "CREATE PROCEDURE broken AS SELECT FROM").errors().at(0).number, 156);
+}
+
+TEST_F(ProceduresTest, PreparedStatementsAsDriversSendThem)
+{
+    auto s = sa("LFDesktop10");
+    RpcParameter handle = intParam("@handle", 0, true);
+    RpcParameter defs;
+    defs.name = "@params";
+    defs.value = std::string("@P1 nvarchar(255)");
+    RpcParameter stmt;
+    stmt.name = "@stmt";
+    stmt.value = std::string("SELECT COUNT(*) FROM ELN_parameters WHERE name = @P1");
+    RpcParameter value;
+    value.value = std::string("database guid");
+    std::vector<RpcParameter> prep{handle, defs, stmt, value};
+    RecordingSink sink;
+    s->executeRpc("sp_prepexec", prep, sink);
+    ASSERT_TRUE(sink.errors().empty()) << sink.errors()[0].text;
+    EXPECT_EQ(sink.rows(), (std::vector<std::vector<Value>>{{V(1)}}));
+    ASSERT_TRUE(std::holds_alternative<int64_t>(prep[0].value));
+    RpcParameter again = intParam("@handle", std::get<int64_t>(prep[0].value));
+    RpcParameter other;
+    other.value = std::string("nothing");
+    std::vector<RpcParameter> exec{again, other};
+    RecordingSink sink2;
+    s->executeRpc("sp_execute", exec, sink2);
+    EXPECT_EQ(sink2.rows(), (std::vector<std::vector<Value>>{{V(0)}}));
+}

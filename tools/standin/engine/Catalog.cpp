@@ -184,6 +184,9 @@ void Catalog::initializeDatabaseFile(sqlite3* db, const std::vector<uint8_t>& ow
 CREATE TABLE IF NOT EXISTS lf_database_role_members (
   role_principal_id int NOT NULL, member_principal_id int NOT NULL,
   PRIMARY KEY (role_principal_id, member_principal_id));
+CREATE TABLE IF NOT EXISTS lf_procedures (
+  name nvarchar(128) COLLATE NOCASE PRIMARY KEY, parameters nvarchar(-1), body nvarchar(-1),
+  create_date datetime, modify_date datetime);
 CREATE TABLE IF NOT EXISTS lf_database_permissions (
   class tinyint, class_desc nvarchar(60), major_id int, minor_id int, grantee_principal_id int,
   grantor_principal_id int, type char(4), permission_name nvarchar(128), state char(1), state_desc nvarchar(60),

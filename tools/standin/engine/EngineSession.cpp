@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <chrono>
+#include <cstdint>
 #include <thread>
 
 namespace standin {
@@ -131,6 +132,8 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             if (sink.cancelRequested())
                 break;
         }
+        if (next == SIZE_MAX)   // RETURN
+            break;
         pc = next;
     }
     --m_depth;
@@ -322,6 +325,20 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     case StmtKind::Restore:
         restore(s, sink);
+        return;
+    case StmtKind::CreateProcedure:
+        createProcedure(s);
+        done(sink, 0, false, 0);
+        return;
+    case StmtKind::DropProcedure:
+        dropProcedures(s);
+        done(sink, 0, false, 0);
+        return;
+    case StmtKind::Return:
+        m_returnStatus = s.args.empty() ? 0
+                                        : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
+                                                                           columnInfoForType("int")));
+        next = SIZE_MAX;
         return;
     case StmtKind::Nop:
         return;
