@@ -112,6 +112,18 @@ TEST_F(StandinOdbcTest, ClientsOfTds71To74AllGetLongTextAndDatabaseChanges)
     }
 }
 
+TEST(StandinSeeded, ServesTheSeededDesktopDatabase)
+{
+    StandinServer::Options o;
+    o.instances = {StandinServer::Instance{"VELDRIN", "LABSRV2", {}, {"--login", "chemist:Secret-1"}}};
+    StandinServer server(o);
+    OdbcConnection c(server.odbcConnectionString("chemist", "Secret-1", "LFDesktop10"));
+    OdbcStatement s(c);
+    const auto rows = s.query("SELECT name FROM ELN_parameters");
+    EXPECT_EQ(firstColumn(rows), std::vector<std::string>{"database guid"});
+    EXPECT_EQ(firstColumn(s.query("SELECT @@SERVERNAME")), std::vector<std::string>{"LABSRV2\\VELDRIN"});
+}
+
 TEST_F(StandinOdbcTest, ConfiguredLoginLogsIn)
 {
     OdbcConnection c(m_server->odbcConnectionString("chemist", "Secret-1"));
@@ -240,6 +252,28 @@ TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
     const auto rows = check.query("SELECT session_key, owner_key, client_bias FROM ELN_sessions ORDER BY session_key");
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"2", "12", "-60"}));
+}
+
+TEST_F(StandinOdbcTest, UserProcedureReturnsStatusAndOutputParameter)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.execute("CREATE PROCEDURE add_one @a int, @b int OUTPUT AS BEGIN SET @b = @a + 1; RETURN 7; END");
+    OdbcStatement call(c);
+    SQLINTEGER status = 0, a = 41, b = 0;
+    SQLLEN statusInd = 0, aInd = 0, bInd = 0;
+    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status, 0,
+                                &statusInd),
+               "bind status");
+    call.check(SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
+               "bind a");
+    call.check(SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
+               "bind b");
+    call.execute("{? = call add_one(?, ?)}");
+    while (SQLMoreResults(call.handle()) == SQL_SUCCESS) {
+    }
+    EXPECT_EQ(status, 7);
+    EXPECT_EQ(b, 42);
 }
 
 TEST_F(StandinOdbcTest, UnknownProcedureGivesError2812)
