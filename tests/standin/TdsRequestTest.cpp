@@ -18,7 +18,7 @@ void allHeaders(ByteWriter& w)
     w.u32(1);
 }
 
-}  // namespace
+} // namespace
 
 TEST(TdsRequest, BatchTextFollowsAllHeaders)
 {
@@ -48,7 +48,7 @@ TEST(TdsRequest, RpcByProcedureIdWithOutputParameter)
     ByteWriter w;
     allHeaders(w);
     w.u16(0xFFFF);
-    w.u16(10);   // sp_executesql
+    w.u16(10); // sp_executesql
     w.u16(0);
     // @stmt nvarchar(4000)
     w.bVarChar("@stmt");
@@ -83,7 +83,7 @@ TEST(TdsRequest, RpcByNameAndSeveralCallsInOneRequest)
     allHeaders(w);
     w.usVarChar("start_session");
     w.u16(0);
-    w.u8(0xFF);   // separator
+    w.u8(0xFF); // separator
     w.usVarChar("end_session");
     w.u16(0);
     const std::vector<RpcCall> calls = parseRpc(w.bytes(), kTds74);

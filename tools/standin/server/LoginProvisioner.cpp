@@ -44,7 +44,7 @@ std::string firstError(const std::vector<ServerMessage>& errors)
     return errors.empty() ? "" : errors.front().text;
 }
 
-}  // namespace
+} // namespace
 
 void provisionLogin(Instance& instance, const SqlLogin& login)
 {
@@ -68,10 +68,12 @@ void provisionLogin(Instance& instance, const SqlLogin& login)
             throw std::runtime_error("cannot create login " + login.name + ": " + e.text);
     if (login.sysadmin) {
         ErrorCollector grant;
-        session->executeBatch("EXEC sp_addsrvrolemember N'" + quoted(login.name, '\'') + "', N'sysadmin'", grant);
+        session->executeBatch("EXEC sp_addsrvrolemember N'" + quoted(login.name, '\'') + "', N'sysadmin'",
+                              grant);
         if (!grant.errors.empty())
-            throw std::runtime_error("cannot make " + login.name + " a sysadmin: " + firstError(grant.errors));
+            throw std::runtime_error("cannot make " + login.name +
+                                     " a sysadmin: " + firstError(grant.errors));
     }
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

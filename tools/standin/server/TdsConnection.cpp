@@ -31,10 +31,11 @@ ServerMessage makeMessage(int32_t number, uint8_t state, uint8_t severity, std::
     return m;
 }
 
-}  // namespace
+} // namespace
 
 TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid)
-    : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd), m_reader(fd)
+    : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd),
+      m_reader(fd)
 {
     m_writer.setSpid(spid);
 }
@@ -158,7 +159,7 @@ void TdsConnection::run()
 void TdsConnection::handlePreLogin(const Message& message)
 {
     const PreLoginRequest request = parsePreLogin(message.payload);
-    (void)request;   // encryption is never on: the answer says ENCRYPT_NOT_SUP whatever was asked
+    (void)request; // encryption is never on: the answer says ENCRYPT_NOT_SUP whatever was asked
     m_writer.send(TabularResult, buildPreLoginResponse(m_instance.config().productVersion), true);
 }
 
@@ -183,7 +184,8 @@ void TdsConnection::handleLogin(const Message& message)
     }
     if (login.integratedSecurity) {
         refuse(stream, 18452, 1,
-               "Login failed. The login is from an untrusted domain and cannot be used with Windows authentication.");
+               "Login failed. The login is from an untrusted domain and cannot be used with Windows "
+               "authentication.");
         return;
     }
     LoginRequest request;
@@ -297,4 +299,4 @@ void TdsConnection::handleUnsupported(const Message& message)
     endResponse(stream);
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -73,4 +73,4 @@ private:
     std::atomic<bool> m_finished{false};
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -22,14 +22,14 @@ enum Token : uint8_t {
 constexpr uint8_t kInterfaceSqlTsql = 1;
 constexpr uint16_t kFlagNullable = 0x0001;
 constexpr uint8_t kStatusOutputParameter = 0x01;
-}  // namespace
+} // namespace
 
 void TokenWriter::loginAck(const std::string& productVersion)
 {
     const ProductVersion v = ProductVersion::parse(productVersion);
     ByteWriter body;
     body.u8(kInterfaceSqlTsql);
-    body.u32be(m_tdsVersion);   // LOGINACK carries the version in network byte order
+    body.u32be(m_tdsVersion); // LOGINACK carries the version in network byte order
     body.bVarChar("Microsoft SQL Server");
     body.u8(v.major);
     body.u8(v.minor);
@@ -88,7 +88,7 @@ void TokenWriter::columns(const std::vector<ColumnInfo>& columns)
     m_out.u16(static_cast<uint16_t>(columns.size()));
     for (const ColumnInfo& c : columns) {
         if (m_tdsVersion >= kTds72)
-            m_out.u32(0);   // user type
+            m_out.u32(0); // user type
         else
             m_out.u16(0);
         m_out.u16(c.nullable ? kFlagNullable : 0);
@@ -129,7 +129,8 @@ void TokenWriter::returnStatus(int32_t status)
     m_out.i32(status);
 }
 
-void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const ColumnInfo& type, const Value& value)
+void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const ColumnInfo& type,
+                              const Value& value)
 {
     ByteWriter body;
     body.u16(ordinal);
@@ -146,4 +147,4 @@ void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const C
     m_out.raw(body.bytes());
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

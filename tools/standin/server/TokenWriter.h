@@ -62,4 +62,4 @@ private:
     std::vector<ColumnInfo> m_columns;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds
