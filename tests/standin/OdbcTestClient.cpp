@@ -1,5 +1,7 @@
 #include "OdbcTestClient.h"
 
+#include <cstring>
+
 namespace {
 std::string describe(const std::string& what, const std::vector<OdbcDiag>& diags)
 {
@@ -106,10 +108,12 @@ std::vector<std::vector<std::optional<std::string>>> OdbcStatement::fetchAll()
                             isNull = true;
                             break;
                         }
+                        // A truncated chunk is NUL-terminated and may stop short of the buffer
+                        // (binary shown as hex comes in whole byte pairs).
+                        const bool truncated =
+                            indicator == SQL_NO_TOTAL || indicator >= static_cast<SQLLEN>(sizeof buf);
                         const size_t got =
-                            (indicator == SQL_NO_TOTAL || indicator >= static_cast<SQLLEN>(sizeof buf))
-                                ? sizeof buf - 1
-                                : static_cast<size_t>(indicator);
+                            truncated ? strnlen(buf, sizeof buf - 1) : static_cast<size_t>(indicator);
                         value.append(buf, got);
                         if (g == SQL_SUCCESS)
                             break;

@@ -220,6 +220,16 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
         EXPECT_EQ(row[12], "6F9619FF-8B86-D011-B42D-00C04FC964FF");
         EXPECT_EQ(row[13], "deadbeef");
     }
+    // (max) values computed in a query rather than stored in a column, in several chunks each.
+    std::string hex;
+    for (int n = 0; n < 9000; ++n)
+        hex += "a5";
+    const Rows computed = s.query("SELECT CAST(N'" + longText + "' AS nvarchar(max)), CAST('" + longText +
+                                  "' AS varchar(max)), CAST(0x" + hex + " AS varbinary(max))");
+    ASSERT_EQ(computed.size(), 1u);
+    EXPECT_EQ(computed[0][0], longText);
+    EXPECT_EQ(computed[0][1], longText);
+    EXPECT_EQ(computed[0][2], hex);
     // One character, not the two bytes of its UTF-8 form.
     EXPECT_EQ(firstColumn(s.query("SELECT LEN(nv) FROM Types.dbo.t WHERE k = 3")),
               std::vector<std::string>{"4"});
