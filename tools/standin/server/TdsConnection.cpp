@@ -81,7 +81,7 @@ void TdsConnection::readLoop()
             m_wake.notify_all();
         }
     } catch (const ProtocolError& e) {
-        std::fprintf(stderr, "lf-standin: closing a connection to %s: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): closed a connection: %s\n", m_serverName.c_str(), e.what());
     } catch (const std::system_error&) {
         // The socket was shut down (server stopping) or reset by the client.
     }
@@ -144,9 +144,9 @@ void TdsConnection::run()
             }
         }
     } catch (const ProtocolError& e) {
-        std::fprintf(stderr, "lf-standin: closing a connection to %s: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): closed a connection: %s\n", m_serverName.c_str(), e.what());
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "lf-standin: a connection to %s failed: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): a connection failed: %s\n", m_serverName.c_str(), e.what());
     }
     ::shutdown(m_fd, SHUT_RDWR);
     m_readerThread.join();

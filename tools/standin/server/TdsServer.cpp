@@ -130,8 +130,13 @@ uint16_t TdsServer::port(size_t instanceIndex) const
 void TdsServer::accept(Listener& listener)
 {
     const int fd = ::accept4(listener.fd, nullptr, nullptr, SOCK_CLOEXEC);
-    if (fd < 0)
-        return; // the client gave up between poll and accept
+    if (fd < 0) {
+        // Out of descriptors: the client stays queued; wait a little rather than spin on poll.
+        // Any other failure is a client that gave up between poll and accept.
+        if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+            ::poll(nullptr, 0, 50);
+        return;
+    }
     const int one = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
     auto connection = std::make_unique<TdsConnection>(fd, *listener.instance, m_nextSpid);
