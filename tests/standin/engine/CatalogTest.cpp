@@ -200,3 +200,49 @@ TEST_F(CatalogTest, SystemTablesOfOlderServers)
     EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM INFORMATION_SCHEMA.TABLES WHERE TABLE_NAME = 'ELN_people'"), V(1));
     EXPECT_EQ(scalar(*s, "SELECT CASE WHEN OBJECT_ID('dbo.ELN_people') IS NULL THEN 0 ELSE 1 END"), V(1));
 }
+
+// A database script in the style SQL Server's script generators write, run batch by batch
+// as the osql tool sends it (split at GO).
+TEST_F(CatalogTest, GeneratedScriptRunsBatchByBatch)
+{
+    const char* const batches[] = {
+        "IF EXISTS (SELECT name FROM master.dbo.sysdatabases WHERE name = N'LFOffline9')\n"
+        "\tDROP DATABASE [LFOffline9]",
+        "CREATE DATABASE [LFOffline9]",
+        "use [LFOffline9]",
+        "if exists (select * from dbo.sysobjects where id = object_id(N'[dbo].[ELN_people]') and "
+        "OBJECTPROPERTY(id, N'IsUserTable') = 1)\ndrop table [dbo].[ELN_people]",
+        "SET QUOTED_IDENTIFIER ON \nSET ANSI_NULLS ON ",
+        "CREATE TABLE [dbo].[ELN_people] (\n\t[person_id] [int] IDENTITY (1, 1) NOT NULL ,\n"
+        "\t[Username] [nvarchar] (255) COLLATE SQL_Latin1_General_CP1_CI_AS NOT NULL ,\n"
+        "\t[is_administrator] [bit] NOT NULL \n) ON [PRIMARY]",
+        "ALTER TABLE [dbo].[ELN_people] WITH NOCHECK ADD \n\tCONSTRAINT [PK_ELN_people] PRIMARY KEY  CLUSTERED \n"
+        "\t(\n\t\t[person_id]\n\t)  ON [PRIMARY]",
+        "ALTER TABLE [dbo].[ELN_people] ADD [email] [nvarchar] (100) NULL",
+        "CREATE  INDEX [IX_people_user] ON [dbo].[ELN_people]([Username]) WITH  FILLFACTOR = 90 ON [PRIMARY]",
+        "CREATE PROCEDURE dbo.count_people @n int OUTPUT AS\nSELECT @n = COUNT(*) FROM ELN_people",
+        "if not exists (select * from dbo.sysusers where name = N'OfflineUsers')\n"
+        "\tEXEC sp_addrole N'OfflineUsers'",
+        "GRANT SELECT, INSERT, UPDATE, DELETE ON [dbo].[ELN_people] TO [OfflineUsers]",
+        "GRANT EXECUTE ON [dbo].[count_people] TO [OfflineUsers]",
+        "INSERT INTO ELN_people (Username, is_administrator, email) VALUES (N'LAB\\alice', 0, NULL)",
+    };
+    auto s = sa();
+    for (int round = 0; round < 2; ++round) {   // the script may run again over its own result
+        for (const char* b : batches) {
+            SCOPED_TRACE(b);
+            ok(*s, b);
+        }
+        ok(*s, "USE master");
+    }
+    auto db = sa("LFOffline9");
+    EXPECT_EQ(scalar(*db, "SELECT COUNT(*) FROM ELN_people"), V(1));
+    EXPECT_EQ(scalar(*db, "DECLARE @n int; EXEC count_people @n OUTPUT; SELECT @n"), V(1));
+    EXPECT_EQ(scalar(*db, "SELECT COUNT(*) FROM sys.database_permissions p JOIN sys.database_principals u "
+                          "ON u.principal_id = p.grantee_principal_id WHERE u.name = 'OfflineUsers'"),
+              V(5));
+    EXPECT_EQ(scalar(*db, "SELECT OBJECTPROPERTY(OBJECT_ID('count_people'), 'IsProcedure')"), V(1));
+    auto dup = run(*db, "INSERT INTO ELN_people (person_id, Username, is_administrator) VALUES (1, N'x', 0)");
+    ASSERT_EQ(dup.errors().size(), 1u);
+    EXPECT_EQ(dup.errors()[0].number, 2627);
+}

@@ -52,6 +52,23 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
               "EXISTS (SELECT 1 FROM {M}.lf_server_role_members m WHERE m.member_principal_id = p.principal_id AND "
               "m.role_principal_id = 9) AS dbcreator "
               "FROM {M}.lf_server_principals p WHERE p.type IN ('S','U','G')";
+    } else if (sys && name == "SYSOBJECTS") {
+        // SQL Server 2000's view of objects, which generated scripts still test before DROP.
+        sql = "SELECT name, rootpage AS id, CASE type WHEN 'table' THEN 'U' ELSE 'V' END AS xtype, "
+              "CASE type WHEN 'table' THEN 'U' ELSE 'V' END AS type, 1 AS uid, 0 AS parent_obj "
+              "FROM {D}.sqlite_master WHERE type IN ('table','view') AND name NOT LIKE 'lf\\_%' ESCAPE '\\' AND "
+              "name NOT LIKE 'sqlite\\_%' ESCAPE '\\' UNION ALL SELECT name, 1000000000 + rowid, 'P', 'P', 1, 0 "
+              "FROM {D}.lf_procedures";
+    } else if (sys && name == "SYSUSERS") {
+        sql = "SELECT principal_id AS uid, name, sid, (type = 'R') AS issqlrole, (type = 'S') AS issqluser, "
+              "(type IN ('U','G')) AS isntname, (type = 'G') AS isntgroup, (type = 'U') AS isntuser, "
+              "(type <> 'R') AS hasdbaccess, create_date AS createdate, modify_date AS updatedate "
+              "FROM {D}.lf_database_principals";
+    } else if (sys && name == "SYSMEMBERS") {
+        sql = "SELECT member_principal_id AS memberuid, role_principal_id AS groupuid FROM {D}.lf_database_role_members";
+    } else if (schema == "SYS" && name == "PROCEDURES") {
+        sql = "SELECT name, 1000000000 + rowid AS object_id, 1 AS schema_id, 'P' AS type, "
+              "'SQL_STORED_PROCEDURE' AS type_desc, create_date, modify_date FROM {D}.lf_procedures";
     } else if (sys && name == "SYSDATABASES") {
         sql = "SELECT d.name AS name, d.database_id AS dbid, d.owner_sid AS sid, d.create_date AS crdate, "
               "d.compatibility_level AS cmptlevel, f.physical_name AS filename FROM {M}.lf_databases d "

@@ -69,6 +69,9 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         throw SqlError(945, 14, "Database '" + db.name + "' cannot be opened due to inaccessible files.");
     SqliteDb conn(db.files.front().physicalName, false);
     registerFunctions(conn.get(), this);
+    // Database files made before procedures were kept lack their table.
+    conn.exec("CREATE TABLE IF NOT EXISTS main.lf_procedures (name nvarchar(128) COLLATE NOCASE PRIMARY KEY, "
+              "parameters nvarchar(-1), body nvarchar(-1), create_date datetime, modify_date datetime)");
     if (db.id != 1) {
         SqliteStmt attach(conn.get(), "ATTACH DATABASE ? AS master");
         attach.bind(1, m_instance.catalog().masterPath()).step();
@@ -709,7 +712,31 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
         SqliteStmt s(m_db.get(), std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
                                      ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
         s.bind(1, object);
-        return s.step() ? Value(s.integer(0) == 0 ? int64_t(1) : s.integer(0)) : Value();
+        if (s.step())
+            return s.integer(0);
+        // Procedures have no pages; their ids lie above the pages'.
+        SqliteStmt p(m_db.get(), "SELECT 1000000000 + rowid FROM main.lf_procedures WHERE name = ?");
+        p.bind(1, object);
+        return p.step() ? Value(p.integer(0)) : Value();
+    }
+    if (name == "lf_objectproperty") {
+        if (args.size() < 2 || std::holds_alternative<std::monostate>(args[0]))
+            return std::monostate{};
+        const int64_t id = std::get<int64_t>(normalizeValue(args[0], columnInfoForType("bigint")));
+        const std::string property = upper(text(1));
+        SqliteStmt s(m_db.get(), "SELECT type FROM main.sqlite_master WHERE rootpage = ? AND type IN ('table','view') "
+                                 "UNION ALL SELECT 'procedure' FROM main.lf_procedures WHERE 1000000000 + rowid = ?");
+        s.bind(1, id).bind(2, id);
+        if (!s.step())
+            return std::monostate{};
+        const std::string type = s.text(0);
+        if (property == "ISUSERTABLE" || property == "ISTABLE")
+            return int64_t(type == "table");
+        if (property == "ISVIEW")
+            return int64_t(type == "view");
+        if (property == "ISPROCEDURE")
+            return int64_t(type == "procedure");
+        return std::monostate{};
     }
     throw SqlError(195, 15, "'" + name + "' is not a recognized built-in function name.");
 }

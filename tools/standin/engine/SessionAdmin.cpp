@@ -404,11 +404,17 @@ void EngineSession::permission(const Stmt& s)
         SqliteStmt o(m_db.get(), "SELECT rootpage FROM main.sqlite_master WHERE name = ? COLLATE NOCASE AND type IN "
                                  "('table','view')");
         o.bind(1, s.name2);
-        if (!o.step())
-            throw SqlError(15151, 16, "Cannot find the object '" + s.name2 +
-                                          "', because it does not exist or you do not have permission.");
+        if (o.step()) {
+            majorId = o.integer(0);
+        } else {
+            SqliteStmt p(m_db.get(), "SELECT 1000000000 + rowid FROM main.lf_procedures WHERE name = ?");
+            p.bind(1, s.name2);
+            if (!p.step())
+                throw SqlError(15151, 16, "Cannot find the object '" + s.name2 +
+                                              "', because it does not exist or you do not have permission.");
+            majorId = p.integer(0);
+        }
         classId = 1;
-        majorId = o.integer(0);
     }
     const auto grantor = currentUserId().value_or(1);
     for (const auto& grantee : s.args) {

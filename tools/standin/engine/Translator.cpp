@@ -546,7 +546,8 @@ private:
         if (f == "HOST_NAME" || f == "SUSER_SNAME" || f == "SUSER_NAME" || f == "USER_NAME" || f == "DB_NAME" ||
             f == "APP_NAME")
             return {"lf_" + lowerOf(f) + "(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
-        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" || f == "OBJECT_ID")
+        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" || f == "OBJECT_ID" ||
+            f == "OBJECTPROPERTY")
             return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")", makeType(SqlType::Int, 4), ""};
         if (f == "ABS" || f == "ROUND" || f == "FLOOR" || f == "CEILING" || f == "SIGN")
             return {(f == "FLOOR" || f == "CEILING" ? "lf_" : "") + lowerOf(f) + "(" + list + ")", firstType(), ""};
@@ -1158,6 +1159,73 @@ private:
         return cols;
     }
 
+    struct ColumnDef {
+        std::string column;
+        std::string type;          // as SQLite is to declare it
+        std::string constraints;   // NOT NULL, DEFAULT, UNIQUE, CHECK, REFERENCES
+        bool identity = false;
+        int64_t seed = 1;
+        bool primaryKey = false;
+    };
+
+    // One column of CREATE TABLE or ALTER TABLE ... ADD.
+    ColumnDef columnDefinition()
+    {
+        ColumnDef c;
+        c.column = name();
+        ColumnInfo info;
+        c.type = typeSpec(info);
+        // SQLite's type names take numbers only: (max) is kept as (-1), which reads back as (max).
+        if (auto m = c.type.find("(max)"); m != std::string::npos)
+            c.type.replace(m, 5, "(-1)");
+        if (isCharacterType(info))
+            c.type += " COLLATE NOCASE";
+        for (;;) {
+            if (accept("CONSTRAINT")) {
+                name();
+                continue;
+            }
+            if (accept("NOT")) {
+                expect("NULL");
+                c.constraints += " NOT NULL";
+            } else if (accept("NULL")) {
+            } else if (accept("IDENTITY")) {
+                c.identity = true;
+                if (acceptOp("(")) {
+                    const bool negative = acceptOp("-");
+                    c.seed = std::stoll(next().text) * (negative ? -1 : 1);
+                    expectOp(",");
+                    acceptOp("-");
+                    next();
+                    expectOp(")");
+                }
+            } else if (accept("PRIMARY")) {
+                expect("KEY");
+                skipClusterWords();
+                c.primaryKey = true;
+            } else if (accept("UNIQUE")) {
+                skipClusterWords();
+                c.constraints += " UNIQUE";
+            } else if (accept("DEFAULT")) {
+                c.constraints += " DEFAULT (" + unary().sql + ")";
+            } else if (accept("REFERENCES")) {
+                ObjectName ref = objectName();
+                c.constraints += " REFERENCES " + quoteIdent(ref.name);
+                if (peek().op("("))
+                    c.constraints += " (" + columnList() + ")";
+            } else if (accept("CHECK")) {
+                expectOp("(");
+                c.constraints += " CHECK (" + expr().sql + ")";
+                expectOp(")");
+            } else if (accept("COLLATE")) {
+                name();
+            } else if (accept("ROWGUIDCOL") || accept("SPARSE")) {
+            } else {
+                return c;
+            }
+        }
+    }
+
     void createTable(int line)
     {
         ObjectName n = objectName();
@@ -1197,73 +1265,22 @@ private:
                 }
                 continue;
             }
-            const std::string column = name();
-            ColumnInfo info;
-            std::string type = typeSpec(info);
-            std::string def = quoteIdent(column) + " ";
-            std::string constraints;
-            bool identity = false;
-            for (;;) {
-                if (accept("CONSTRAINT")) {
-                    name();
-                    continue;
-                }
-                if (accept("NOT")) {
-                    expect("NULL");
-                    constraints += " NOT NULL";
-                } else if (accept("NULL")) {
-                } else if (accept("IDENTITY")) {
-                    identity = true;
-                    if (acceptOp("(")) {
-                        const bool negative = acceptOp("-");
-                        identitySeed = std::stoll(next().text) * (negative ? -1 : 1);
-                        expectOp(",");
-                        acceptOp("-");
-                        next();
-                        expectOp(")");
-                    }
-                } else if (accept("PRIMARY")) {
-                    expect("KEY");
-                    skipClusterWords();
-                    primaryKeyConstraint = quoteIdent(column);
-                } else if (accept("UNIQUE")) {
-                    skipClusterWords();
-                    constraints += " UNIQUE";
-                } else if (accept("DEFAULT")) {
-                    constraints += " DEFAULT (" + unary().sql + ")";
-                } else if (accept("REFERENCES")) {
-                    ObjectName ref = objectName();
-                    constraints += " REFERENCES " + quoteIdent(ref.name);
-                    if (peek().op("("))
-                        constraints += " (" + columnList() + ")";
-                } else if (accept("CHECK")) {
-                    expectOp("(");
-                    constraints += " CHECK (" + expr().sql + ")";
-                    expectOp(")");
-                } else if (accept("COLLATE")) {
-                    name();
-                } else if (accept("ROWGUIDCOL") || accept("SPARSE")) {
-                } else {
-                    break;
-                }
-            }
-            if (identity) {
+            ColumnDef c = columnDefinition();
+            if (c.primaryKey)
+                primaryKeyConstraint = quoteIdent(c.column);
+            std::string def = quoteIdent(c.column) + " ";
+            if (c.identity) {
                 if (!identityColumn.empty())
                     throw SqlError(2744, 16, "Multiple identity columns specified for table '" + n.name +
                                                  "'. Only one identity column per table is allowed.");
-                identityColumn = quoteIdent(column);
+                identityColumn = quoteIdent(c.column);
+                identitySeed = c.seed;
                 // SQLite numbers rows itself only through an INTEGER PRIMARY KEY column.
                 def += "INTEGER PRIMARY KEY AUTOINCREMENT";
             } else {
-                // SQLite's type names take numbers only: (max) is kept as (-1), which reads back
-                // as (max).
-                if (auto m = type.find("(max)"); m != std::string::npos)
-                    type.replace(m, 5, "(-1)");
-                def += type;
-                if (isCharacterType(info))
-                    def += " COLLATE NOCASE";
+                def += c.type;
             }
-            defs.push_back(def + constraints);
+            defs.push_back(def + c.constraints);
         } while (acceptOp(","));
         expectOp(")");
         if (accept("ON"))
@@ -1347,7 +1364,7 @@ private:
             s.sql.push_back(std::string("CREATE ") + (unique ? "UNIQUE " : "") + "INDEX " + schema + quoteIdent(index) +
                             " ON " + quoteIdent(table.name) + " (" + cols + ")");
             if (accept("WITH"))
-                syntaxError();
+                skipIndexOptions();
             if (accept("ON"))
                 name();
         } else if (accept("DATABASE")) {
@@ -1484,11 +1501,77 @@ private:
         m_pos = m_t.size() - 1;
     }
 
+    // ALTER TABLE as generated scripts use it: new columns, primary keys and unique
+    // constraints added after CREATE TABLE (as unique indexes), dropped columns.
+    void alterTable(int line)
+    {
+        ObjectName n = objectName();
+        const std::string table = plainTable(n);
+        const std::string schema = n.database.empty() ? "" : quoteIdent(schemaFor(n)) + ".";
+        if (accept("WITH")) {
+            if (!accept("CHECK") && !accept("NOCHECK"))
+                syntaxError();
+        }
+        Stmt& s = emit(StmtKind::Query, line);
+        if (accept("ADD")) {
+            do {
+                if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE")) {
+                    std::string constraint = "UQ_" + n.name + "_" + std::to_string(s.sql.size());
+                    if (accept("CONSTRAINT"))
+                        constraint = name();
+                    if (accept("PRIMARY"))
+                        expect("KEY");
+                    else if (!accept("UNIQUE"))
+                        throw unsupported("ALTER TABLE ... ADD CONSTRAINT other than PRIMARY KEY or UNIQUE");
+                    skipClusterWords();
+                    const std::string cols = columnList();
+                    if (accept("WITH"))
+                        skipIndexOptions();
+                    if (accept("ON"))
+                        name();
+                    s.sql.push_back("CREATE UNIQUE INDEX " + schema + quoteIdent(constraint) + " ON " +
+                                    quoteIdent(n.name) + " (" + cols + ")");
+                } else {
+                    ColumnDef c = columnDefinition();
+                    if (c.identity || c.primaryKey)
+                        throw unsupported("adding an IDENTITY or PRIMARY KEY column with ALTER TABLE");
+                    s.sql.push_back("ALTER TABLE " + table + " ADD COLUMN " + quoteIdent(c.column) + " " + c.type +
+                                    c.constraints);
+                }
+            } while (acceptOp(","));
+        } else if (accept("DROP")) {
+            if (!accept("COLUMN"))
+                throw unsupported("ALTER TABLE ... DROP other than COLUMN");
+            do {
+                s.sql.push_back("ALTER TABLE " + table + " DROP COLUMN " + quoteIdent(name()));
+            } while (acceptOp(","));
+        } else {
+            throw unsupported("ALTER TABLE " + peek().text);
+        }
+    }
+
+    void skipIndexOptions()
+    {
+        if (acceptOp("(")) {
+            while (!peek().op(")") && !atEnd())
+                ++m_pos;
+            expectOp(")");
+            return;
+        }
+        do {   // WITH FILLFACTOR = 90, PAD_INDEX
+            name();
+            if (acceptOp("="))
+                next();
+        } while (acceptOp(","));
+    }
+
     void alterStatement(int line)
     {
         expect("ALTER");
         if (accept("PROC") || accept("PROCEDURE")) {
             procedureDefinition(line, true);
+        } else if (accept("TABLE")) {
+            alterTable(line);
         } else if (accept("DATABASE")) {
             std::string db = name();
             if (accept("MODIFY")) {
@@ -1712,10 +1795,16 @@ private:
     {
         Stmt& s = emit(StmtKind::Permission, line);
         s.name = next().upper;
+        // Permission names are words such as SELECT and EXECUTE, keywords elsewhere.
+        auto word = [&]() {
+            if (peek().kind != TokenKind::Identifier)
+                syntaxError();
+            return next().text;
+        };
         do {
-            std::string perm = name();
-            while (peek().isName() && !peek().is("ON") && !peek().is("TO") && !peek().is("FROM"))
-                perm += " " + name();
+            std::string perm = word();
+            while (peek().kind == TokenKind::Identifier && !peek().is("ON") && !peek().is("TO") && !peek().is("FROM"))
+                perm += " " + word();
             std::transform(perm.begin(), perm.end(), perm.begin(), ::toupper);
             s.targets.push_back(perm);
         } while (acceptOp(","));
