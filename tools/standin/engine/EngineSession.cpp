@@ -15,7 +15,8 @@ namespace {
 
 std::string upper(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return s;
 }
 
@@ -40,18 +41,18 @@ ColumnInfo typeOfValue(const Value& v)
         c.type = SqlType::NVarChar;
         c.maxLength = s->size() > 4000 ? -1 : 4000;
     } else {
-        c.type = SqlType::Int;   // an untyped NULL, as SQL Server types "SELECT NULL"
+        c.type = SqlType::Int; // an untyped NULL, as SQL Server types "SELECT NULL"
         c.maxLength = 4;
     }
     return c;
 }
 
-}  // namespace
+} // namespace
 
 EngineSession::EngineSession(EngineInstance& instance, LoginRecord login, std::vector<LoginRecord> groups,
                              const DatabaseRecord& database, std::string hostName, std::string appName)
-    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)), m_hostName(std::move(hostName)),
-      m_appName(std::move(appName)), m_spid(instance.nextSpid())
+    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)),
+      m_hostName(std::move(hostName)), m_appName(std::move(appName)), m_spid(instance.nextSpid())
 {
     openDatabase(database);
 }
@@ -77,7 +78,7 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         attach.bind(1, m_instance.catalog().masterPath()).step();
     }
     if (m_inTransaction)
-        m_inTransaction = false;   // switching databases ends the SQLite transaction with the connection
+        m_inTransaction = false; // switching databases ends the SQLite transaction with the connection
     m_instance.enterDatabase(db.id);
     if (m_database.id)
         m_instance.leaveDatabase(m_database.id);
@@ -111,7 +112,8 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
     runStatements(statements, sink, "");
 }
 
-void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink, const std::string& procName)
+void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink,
+                                  const std::string& procName)
 {
     ++m_depth;
     size_t pc = 0;
@@ -135,7 +137,7 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             if (sink.cancelRequested())
                 break;
         }
-        if (next == SIZE_MAX)   // RETURN
+        if (next == SIZE_MAX) // RETURN
             break;
         pc = next;
     }
@@ -208,14 +210,17 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     }
     case StmtKind::Raiserror: {
         const std::string text = evaluateText(s.args[0].expr);
-        const int64_t severity = s.args.size() > 1 ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr),
-                                                                                       columnInfoForType("int")))
-                                                   : 16;
-        const int64_t state = s.args.size() > 2 ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr),
-                                                                                    columnInfoForType("int")))
-                                                : 1;
+        const int64_t severity =
+            s.args.size() > 1
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr), columnInfoForType("int")))
+                : 16;
+        const int64_t state =
+            s.args.size() > 2
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr), columnInfoForType("int")))
+                : 1;
         if (severity <= 10) {
-            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "", s.line};
+            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "",
+                            s.line};
             sink.message(m);
             return;
         }
@@ -242,13 +247,15 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     case StmtKind::CommitTran:
         if (!m_inTransaction)
-            throw SqlError(3902, 16, "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3902, 16,
+                           "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("COMMIT");
         m_inTransaction = false;
         return;
     case StmtKind::RollbackTran:
         if (!m_inTransaction)
-            throw SqlError(3903, 16, "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3903, 16,
+                           "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("ROLLBACK");
         m_inTransaction = false;
         return;
@@ -338,9 +345,10 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         done(sink, 0, false, 0);
         return;
     case StmtKind::Return:
-        m_returnStatus = s.args.empty() ? 0
-                                        : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
-                                                                           columnInfoForType("int")));
+        m_returnStatus = s.args.empty()
+                             ? 0
+                             : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
+                                                                columnInfoForType("int")));
         next = SIZE_MAX;
         return;
     case StmtKind::Nop:
@@ -471,12 +479,14 @@ std::string EngineSession::resolve(const std::string& sql)
                 if (it == m_attached.end()) {
                     auto rec = m_instance.catalog().database(db);
                     if (!rec)
-                        throw SqlError(911, 16, "Database '" + db +
-                                                    "' does not exist. Make sure that the name is entered correctly.");
+                        throw SqlError(911, 16,
+                                       "Database '" + db +
+                                           "' does not exist. Make sure that the name is entered correctly.");
                     if (!databaseUserFor(m_instance, m_login, m_groups, *rec))
-                        throw SqlError(916, 14, "The server principal \"" + m_login.name +
-                                                    "\" is not able to access the database \"" + rec->name +
-                                                    "\" under the current security context.");
+                        throw SqlError(916, 14,
+                                       "The server principal \"" + m_login.name +
+                                           "\" is not able to access the database \"" + rec->name +
+                                           "\" under the current security context.");
                     const std::string alias = "lfdb_" + std::to_string(rec->id);
                     SqliteStmt attach(m_db.get(), "ATTACH DATABASE ? AS " + alias);
                     attach.bind(1, rec->files.front().physicalName).step();
@@ -535,10 +545,12 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 {
     auto db = m_instance.catalog().database(name);
     if (!db)
-        throw SqlError(911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
+        throw SqlError(
+            911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
     if (!databaseUserFor(m_instance, m_login, m_groups, *db))
-        throw SqlError(916, 14, "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
-                                    db->name + "\" under the current security context.");
+        throw SqlError(916, 14,
+                       "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
+                           db->name + "\" under the current security context.");
     const std::string old = m_database.name;
     if (db->id != m_database.id)
         openDatabase(*db);
@@ -547,7 +559,8 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 }
 
 std::optional<int> EngineSession::databaseUserFor(EngineInstance& instance, const LoginRecord& login,
-                                                  const std::vector<LoginRecord>& groups, const DatabaseRecord& db)
+                                                  const std::vector<LoginRecord>& groups,
+                                                  const DatabaseRecord& db)
 {
     auto& catalog = instance.catalog();
     if (catalog.isServerRoleMember(login.id, "sysadmin"))
@@ -657,8 +670,8 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
     if (name == "lf_db_name") {
         if (args.empty() || std::holds_alternative<std::monostate>(args[0]))
             return m_database.name;
-        auto db = m_instance.catalog().database(static_cast<int>(std::get<int64_t>(
-            normalizeValue(args[0], columnInfoForType("int")))));
+        auto db = m_instance.catalog().database(
+            static_cast<int>(std::get<int64_t>(normalizeValue(args[0], columnInfoForType("int")))));
         return db ? Value(db->name) : Value();
     }
     if (name == "db_id") {
@@ -697,8 +710,9 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
             return int64_t(0);
         if (*user == 1 && *role == 16384)
             return int64_t(1);
-        SqliteStmt s(m_db.get(), "SELECT 1 FROM main.lf_database_role_members WHERE role_principal_id = ? AND "
-                                 "member_principal_id = ?");
+        SqliteStmt s(m_db.get(),
+                     "SELECT 1 FROM main.lf_database_role_members WHERE role_principal_id = ? AND "
+                     "member_principal_id = ?");
         s.bind(1, int64_t(*role)).bind(2, int64_t(*user));
         return int64_t(s.step() ? 1 : 0);
     }
@@ -709,8 +723,9 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
         object.erase(std::remove(object.begin(), object.end(), '['), object.end());
         object.erase(std::remove(object.begin(), object.end(), ']'), object.end());
         const bool temp = !object.empty() && object[0] == '#';
-        SqliteStmt s(m_db.get(), std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
-                                     ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
+        SqliteStmt s(m_db.get(),
+                     std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
+                         ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
         s.bind(1, object);
         if (s.step())
             return s.integer(0);
@@ -724,8 +739,9 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
             return std::monostate{};
         const int64_t id = std::get<int64_t>(normalizeValue(args[0], columnInfoForType("bigint")));
         const std::string property = upper(text(1));
-        SqliteStmt s(m_db.get(), "SELECT type FROM main.sqlite_master WHERE rootpage = ? AND type IN ('table','view') "
-                                 "UNION ALL SELECT 'procedure' FROM main.lf_procedures WHERE 1000000000 + rowid = ?");
+        SqliteStmt s(m_db.get(),
+                     "SELECT type FROM main.sqlite_master WHERE rootpage = ? AND type IN ('table','view') "
+                     "UNION ALL SELECT 'procedure' FROM main.lf_procedures WHERE 1000000000 + rowid = ?");
         s.bind(1, id).bind(2, id);
         if (!s.step())
             return std::monostate{};
@@ -741,4 +757,4 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
     throw SqlError(195, 15, "'" + name + "' is not a recognized built-in function name.");
 }
 
-}  // namespace standin
+} // namespace standin

@@ -31,4 +31,4 @@ inline SqlError unsupported(const std::string& what)
     return SqlError(50000, 16, "The SQL Server stand-in does not support " + what + ".");
 }
 
-}  // namespace standin
+} // namespace standin

@@ -12,17 +12,50 @@ namespace {
 
 // Words that end an expression or a select item: never read as an alias.
 const std::set<std::string> kReserved = {
-    "ADD",      "ALL",       "ALTER",    "AND",       "ANY",      "AS",        "ASC",      "BACKUP",
-    "BEGIN",    "BETWEEN",   "BREAK",    "BY",        "CASE",     "CHECK",     "CLUSTERED", "COLLATE",
-    "COMMIT",   "CONSTRAINT", "CONTINUE", "CREATE",   "CROSS",    "CURRENT_TIMESTAMP", "DECLARE", "DEFAULT",
-    "DELETE",   "DENY",      "DESC",     "DISTINCT",  "DROP",     "ELSE",      "END",      "ESCAPE",
-    "EXCEPT",   "EXEC",      "EXECUTE",  "EXISTS",    "FOR",      "FOREIGN",   "FROM",     "FULL",
-    "GO",       "GOTO",      "GRANT",    "GROUP",     "HAVING",   "IF",        "IN",       "INNER",
-    "INSERT",   "INTERSECT", "INTO",     "IS",        "JOIN",     "KEY",       "LEFT",     "LIKE",
-    "NOT",      "NULL",      "ON",       "OPTION",    "OR",       "ORDER",     "OUTER",    "PRIMARY",
-    "PRINT",    "RAISERROR", "REFERENCES", "RESTORE", "RETURN",   "REVOKE",    "RIGHT",    "ROLLBACK",
-    "SELECT",   "SET",       "TABLE",    "THEN",      "TO",       "TOP",       "TRUNCATE", "UNION",
-    "UNIQUE",   "UPDATE",    "USE",      "VALUES",    "WHEN",     "WHERE",     "WHILE",    "WITH",
+    "ADD",        "ALL",
+    "ALTER",      "AND",
+    "ANY",        "AS",
+    "ASC",        "BACKUP",
+    "BEGIN",      "BETWEEN",
+    "BREAK",      "BY",
+    "CASE",       "CHECK",
+    "CLUSTERED",  "COLLATE",
+    "COMMIT",     "CONSTRAINT",
+    "CONTINUE",   "CREATE",
+    "CROSS",      "CURRENT_TIMESTAMP",
+    "DECLARE",    "DEFAULT",
+    "DELETE",     "DENY",
+    "DESC",       "DISTINCT",
+    "DROP",       "ELSE",
+    "END",        "ESCAPE",
+    "EXCEPT",     "EXEC",
+    "EXECUTE",    "EXISTS",
+    "FOR",        "FOREIGN",
+    "FROM",       "FULL",
+    "GO",         "GOTO",
+    "GRANT",      "GROUP",
+    "HAVING",     "IF",
+    "IN",         "INNER",
+    "INSERT",     "INTERSECT",
+    "INTO",       "IS",
+    "JOIN",       "KEY",
+    "LEFT",       "LIKE",
+    "NOT",        "NULL",
+    "ON",         "OPTION",
+    "OR",         "ORDER",
+    "OUTER",      "PRIMARY",
+    "PRINT",      "RAISERROR",
+    "REFERENCES", "RESTORE",
+    "RETURN",     "REVOKE",
+    "RIGHT",      "ROLLBACK",
+    "SELECT",     "SET",
+    "TABLE",      "THEN",
+    "TO",         "TOP",
+    "TRUNCATE",   "UNION",
+    "UNIQUE",     "UPDATE",
+    "USE",        "VALUES",
+    "WHEN",       "WHERE",
+    "WHILE",      "WITH",
 };
 
 std::string quoteIdent(const std::string& name)
@@ -49,7 +82,8 @@ std::string quoteString(const std::string& s)
 
 std::string lowerOf(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
 }
 
@@ -73,7 +107,7 @@ int32_t utf8Length(const std::string& s)
 struct Expr {
     std::string sql;
     std::optional<ColumnInfo> type;
-    std::string columnName;   // a plain column reference: its name
+    std::string columnName; // a plain column reference: its name
 };
 
 struct ObjectName {
@@ -206,7 +240,7 @@ private:
         while (peek().op(".")) {
             ++m_pos;
             if (peek().op(".")) {
-                parts.push_back("");   // master..sysdatabases
+                parts.push_back(""); // master..sysdatabases
                 continue;
             }
             parts.push_back(name());
@@ -365,8 +399,8 @@ private:
                 Expr lo = additive();
                 expect("AND");
                 Expr hi = additive();
-                l = {"(" + l.sql + notText + " BETWEEN " + lo.sql + " AND " + hi.sql + ")", makeType(SqlType::Int, 4),
-                     ""};
+                l = {"(" + l.sql + notText + " BETWEEN " + lo.sql + " AND " + hi.sql + ")",
+                     makeType(SqlType::Int, 4), ""};
             } else if (negated) {
                 syntaxError();
             } else if (accept("IS")) {
@@ -391,12 +425,14 @@ private:
                 std::optional<ColumnInfo> type;
                 if (l.type && r.type && isCharacterType(*l.type) && isCharacterType(*r.type)) {
                     const bool nvar = l.type->type == SqlType::NVarChar || r.type->type == SqlType::NVarChar;
-                    int32_t len = (l.type->maxLength < 0 || r.type->maxLength < 0)
-                                      ? -1
-                                      : std::min<int32_t>(l.type->maxLength + r.type->maxLength, nvar ? 4000 : 8000);
+                    int32_t len =
+                        (l.type->maxLength < 0 || r.type->maxLength < 0)
+                            ? -1
+                            : std::min<int32_t>(l.type->maxLength + r.type->maxLength, nvar ? 4000 : 8000);
                     type = makeType(nvar ? SqlType::NVarChar : SqlType::VarChar, len);
                 } else if (l.type && r.type && !isCharacterType(*l.type) && !isCharacterType(*r.type)) {
-                    type = (l.type->type == SqlType::Float || r.type->type == SqlType::Float) ? makeType(SqlType::Float, 8)
+                    type = (l.type->type == SqlType::Float || r.type->type == SqlType::Float)
+                               ? makeType(SqlType::Float, 8)
                            : (l.type->type == SqlType::BigInt || r.type->type == SqlType::BigInt)
                                ? makeType(SqlType::BigInt, 8)
                                : makeType(SqlType::Int, 4);
@@ -499,7 +535,8 @@ private:
                 inner += expr().sql;
             }
             expectOp(")");
-            return {"count(" + inner + ")", f == "COUNT" ? makeType(SqlType::Int, 4) : makeType(SqlType::BigInt, 8), ""};
+            return {"count(" + inner + ")",
+                    f == "COUNT" ? makeType(SqlType::Int, 4) : makeType(SqlType::BigInt, 8), ""};
         }
         if (f == "DATEADD" || f == "DATEDIFF" || f == "DATEPART" || f == "DATENAME") {
             expectOp("(");
@@ -526,7 +563,8 @@ private:
         if (f == "NEWID")
             return {"lf_newid()", makeType(SqlType::UniqueIdentifier, 16), ""};
         if (f == "GETDATE" || f == "SYSDATETIME" || f == "GETUTCDATE")
-            return {f == "GETUTCDATE" ? "lf_getutcdate()" : "lf_getdate()", makeType(SqlType::DateTime, 8), ""};
+            return {f == "GETUTCDATE" ? "lf_getutcdate()" : "lf_getdate()", makeType(SqlType::DateTime, 8),
+                    ""};
         if (f == "LEN")
             return {"lf_len(" + list + ")", makeType(SqlType::Int, 4), ""};
         if (f == "DATALENGTH")
@@ -535,7 +573,8 @@ private:
             return {"substr(" + list + ")", firstType(), ""};
         if (f == "UPPER" || f == "LOWER" || f == "LTRIM" || f == "RTRIM" || f == "REPLACE" || f == "LEFT" ||
             f == "RIGHT" || f == "REVERSE")
-            return {(f == "LEFT" || f == "RIGHT" || f == "REVERSE" ? "lf_" : "") + lowerOf(f) + "(" + list + ")",
+            return {(f == "LEFT" || f == "RIGHT" || f == "REVERSE" ? "lf_" : "") + lowerOf(f) + "(" + list +
+                        ")",
                     firstType(), ""};
         if (f == "CHARINDEX")
             return {"lf_charindex(" + list + ")", makeType(SqlType::Int, 4), ""};
@@ -543,16 +582,19 @@ private:
             return {"lf_global('IDENTITY')", makeType(SqlType::BigInt, 8), ""};
         if (f == "SERVERPROPERTY")
             return {"lf_serverproperty(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
-        if (f == "HOST_NAME" || f == "SUSER_SNAME" || f == "SUSER_NAME" || f == "USER_NAME" || f == "DB_NAME" ||
-            f == "APP_NAME")
+        if (f == "HOST_NAME" || f == "SUSER_SNAME" || f == "SUSER_NAME" || f == "USER_NAME" ||
+            f == "DB_NAME" || f == "APP_NAME")
             return {"lf_" + lowerOf(f) + "(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
-        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" || f == "OBJECT_ID" ||
-            f == "OBJECTPROPERTY")
-            return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")", makeType(SqlType::Int, 4), ""};
+        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" ||
+            f == "OBJECT_ID" || f == "OBJECTPROPERTY")
+            return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")",
+                    makeType(SqlType::Int, 4), ""};
         if (f == "ABS" || f == "ROUND" || f == "FLOOR" || f == "CEILING" || f == "SIGN")
-            return {(f == "FLOOR" || f == "CEILING" ? "lf_" : "") + lowerOf(f) + "(" + list + ")", firstType(), ""};
+            return {(f == "FLOOR" || f == "CEILING" ? "lf_" : "") + lowerOf(f) + "(" + list + ")",
+                    firstType(), ""};
         if (f == "YEAR" || f == "MONTH" || f == "DAY")
-            return {"lf_datepart(" + quoteString(lowerOf(f)) + ", " + list + ")", makeType(SqlType::Int, 4), ""};
+            return {"lf_datepart(" + quoteString(lowerOf(f)) + ", " + list + ")", makeType(SqlType::Int, 4),
+                    ""};
         if (f == "MAX" || f == "MIN")
             return {lowerOf(f) + "(" + list + ")", firstType(), ""};
         if (f == "SUM" || f == "AVG")
@@ -660,11 +702,16 @@ private:
     Expr globalVariable(const Token& t)
     {
         static const std::map<std::string, ColumnInfo> kGlobals = {
-            {"@@VERSION", makeType(SqlType::NVarChar, 300)},   {"@@SERVERNAME", makeType(SqlType::NVarChar, 128)},
-            {"@@SERVICENAME", makeType(SqlType::NVarChar, 128)}, {"@@SPID", makeType(SqlType::SmallInt, 2)},
-            {"@@ROWCOUNT", makeType(SqlType::Int, 4)},         {"@@IDENTITY", makeType(SqlType::BigInt, 8)},
-            {"@@ERROR", makeType(SqlType::Int, 4)},            {"@@TRANCOUNT", makeType(SqlType::Int, 4)},
-            {"@@LANGUAGE", makeType(SqlType::NVarChar, 128)},  {"@@MICROSOFTVERSION", makeType(SqlType::Int, 4)},
+            {"@@VERSION", makeType(SqlType::NVarChar, 300)},
+            {"@@SERVERNAME", makeType(SqlType::NVarChar, 128)},
+            {"@@SERVICENAME", makeType(SqlType::NVarChar, 128)},
+            {"@@SPID", makeType(SqlType::SmallInt, 2)},
+            {"@@ROWCOUNT", makeType(SqlType::Int, 4)},
+            {"@@IDENTITY", makeType(SqlType::BigInt, 8)},
+            {"@@ERROR", makeType(SqlType::Int, 4)},
+            {"@@TRANCOUNT", makeType(SqlType::Int, 4)},
+            {"@@LANGUAGE", makeType(SqlType::NVarChar, 128)},
+            {"@@MICROSOFTVERSION", makeType(SqlType::Int, 4)},
             {"@@FETCH_STATUS", makeType(SqlType::Int, 4)},
         };
         auto it = kGlobals.find(t.upper);
@@ -785,7 +832,7 @@ private:
             bool aliased = false;
             if ((peek().isName() || peek().kind == TokenKind::String) && peek(1).op("=") &&
                 !kReserved.count(peek().upper)) {
-                alias = next().text;   // T-SQL's "alias = expression"
+                alias = next().text; // T-SQL's "alias = expression"
                 ++m_pos;
                 aliased = true;
             }
@@ -888,7 +935,7 @@ private:
             alias = name();
         else if (peek().isName() && !kReserved.count(peek().upper) && !peek().is("NOLOCK"))
             alias = name();
-        if (accept("WITH")) {   // table hints (NOLOCK...) mean nothing to SQLite
+        if (accept("WITH")) { // table hints (NOLOCK...) mean nothing to SQLite
             expectOp("(");
             while (!peek().op(")") && !atEnd())
                 ++m_pos;
@@ -1013,10 +1060,11 @@ private:
         } else if (kw == "RETURN") {
             ++m_pos;
             Stmt& s = emit(StmtKind::Return, line);
-            if (!atEnd() && !peek().op(";") && !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper)))
+            if (!atEnd() && !peek().op(";") &&
+                !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper)))
                 s.args.push_back({"", expr().sql});
-        } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" ||
-                   kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" ||
+        } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" ||
+                   kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" ||
                    kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" || kw == "SHUTDOWN" ||
                    kw == "KILL" || kw == "WITH") {
             throw unsupported("the " + kw + " statement");
@@ -1161,8 +1209,8 @@ private:
 
     struct ColumnDef {
         std::string column;
-        std::string type;          // as SQLite is to declare it
-        std::string constraints;   // NOT NULL, DEFAULT, UNIQUE, CHECK, REFERENCES
+        std::string type;        // as SQLite is to declare it
+        std::string constraints; // NOT NULL, DEFAULT, UNIQUE, CHECK, REFERENCES
         bool identity = false;
         int64_t seed = 1;
         bool primaryKey = false;
@@ -1236,8 +1284,8 @@ private:
         int64_t identitySeed = 1;
         std::string primaryKeyConstraint;
         do {
-            if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE") || peek().is("FOREIGN") ||
-                peek().is("CHECK")) {
+            if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE") ||
+                peek().is("FOREIGN") || peek().is("CHECK")) {
                 std::string constraint;
                 if (accept("CONSTRAINT"))
                     constraint = "CONSTRAINT " + quoteIdent(name()) + " ";
@@ -1256,7 +1304,8 @@ private:
                     expect("REFERENCES");
                     ObjectName ref = objectName();
                     std::string refCols = peek().op("(") ? " (" + columnList() + ")" : "";
-                    defs.push_back(constraint + "FOREIGN KEY (" + cols + ") REFERENCES " + quoteIdent(ref.name) + refCols);
+                    defs.push_back(constraint + "FOREIGN KEY (" + cols + ") REFERENCES " +
+                                   quoteIdent(ref.name) + refCols);
                 } else {
                     expect("CHECK");
                     expectOp("(");
@@ -1271,8 +1320,9 @@ private:
             std::string def = quoteIdent(c.column) + " ";
             if (c.identity) {
                 if (!identityColumn.empty())
-                    throw SqlError(2744, 16, "Multiple identity columns specified for table '" + n.name +
-                                                 "'. Only one identity column per table is allowed.");
+                    throw SqlError(2744, 16,
+                                   "Multiple identity columns specified for table '" + n.name +
+                                       "'. Only one identity column per table is allowed.");
                 identityColumn = quoteIdent(c.column);
                 identitySeed = c.seed;
                 // SQLite numbers rows itself only through an INTEGER PRIMARY KEY column.
@@ -1302,8 +1352,8 @@ private:
         s.sql.push_back("CREATE TABLE " + table + " (" + body + ")");
         if (!identityColumn.empty() && identitySeed != 1) {
             const std::string schema = temp ? "temp" : n.database.empty() ? "main" : quoteIdent(schemaFor(n));
-            s.sql.push_back("INSERT INTO " + schema + ".sqlite_sequence (name, seq) VALUES (" + quoteString(n.name) +
-                            ", " + std::to_string(identitySeed - 1) + ")");
+            s.sql.push_back("INSERT INTO " + schema + ".sqlite_sequence (name, seq) VALUES (" +
+                            quoteString(n.name) + ", " + std::to_string(identitySeed - 1) + ")");
         }
     }
 
@@ -1311,7 +1361,7 @@ private:
     {
         if (peek().isName() && !peek(1).op("(") && peek().kind == TokenKind::Identifier &&
             !(peek().upper == "NULL"))
-            return quoteString(next().text);   // ON, OFF, SIMPLE...: a word stands for itself
+            return quoteString(next().text); // ON, OFF, SIMPLE...: a word stands for itself
         return expr().sql;
     }
 
@@ -1351,7 +1401,8 @@ private:
         expect("CREATE");
         if (accept("TABLE")) {
             createTable(line);
-        } else if (peek().is("UNIQUE") || peek().is("INDEX") || peek().is("CLUSTERED") || peek().is("NONCLUSTERED")) {
+        } else if (peek().is("UNIQUE") || peek().is("INDEX") || peek().is("CLUSTERED") ||
+                   peek().is("NONCLUSTERED")) {
             const bool unique = accept("UNIQUE");
             skipClusterWords();
             expect("INDEX");
@@ -1360,9 +1411,10 @@ private:
             ObjectName table = objectName();
             std::string cols = columnList();
             Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC8;
             std::string schema = table.database.empty() ? "" : quoteIdent(schemaFor(table)) + ".";
-            s.sql.push_back(std::string("CREATE ") + (unique ? "UNIQUE " : "") + "INDEX " + schema + quoteIdent(index) +
-                            " ON " + quoteIdent(table.name) + " (" + cols + ")");
+            s.sql.push_back(std::string("CREATE ") + (unique ? "UNIQUE " : "") + "INDEX " + schema +
+                            quoteIdent(index) + " ON " + quoteIdent(table.name) + " (" + cols + ")");
             if (accept("WITH"))
                 skipIndexOptions();
             if (accept("ON"))
@@ -1433,6 +1485,7 @@ private:
                 ifExists = true;
             }
             Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC7;
             do {
                 ObjectName n = objectName();
                 const std::string table =
@@ -1446,7 +1499,9 @@ private:
             ObjectName n = objectName();
             if (accept("ON"))
                 objectName();
-            emit(StmtKind::Query, line).sql.push_back("DROP INDEX " + quoteIdent(n.name));
+            Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC9;
+            s.sql.push_back("DROP INDEX " + quoteIdent(n.name));
         } else if (accept("PROC") || accept("PROCEDURE")) {
             Stmt& s = emit(StmtKind::DropProcedure, line);
             if (accept("IF")) {
@@ -1535,8 +1590,8 @@ private:
                     ColumnDef c = columnDefinition();
                     if (c.identity || c.primaryKey)
                         throw unsupported("adding an IDENTITY or PRIMARY KEY column with ALTER TABLE");
-                    s.sql.push_back("ALTER TABLE " + table + " ADD COLUMN " + quoteIdent(c.column) + " " + c.type +
-                                    c.constraints);
+                    s.sql.push_back("ALTER TABLE " + table + " ADD COLUMN " + quoteIdent(c.column) + " " +
+                                    c.type + c.constraints);
                 }
             } while (acceptOp(","));
         } else if (accept("DROP")) {
@@ -1558,7 +1613,7 @@ private:
             expectOp(")");
             return;
         }
-        do {   // WITH FILLFACTOR = 90, PAD_INDEX
+        do { // WITH FILLFACTOR = 90, PAD_INDEX
             name();
             if (acceptOp("="))
                 next();
@@ -1582,8 +1637,9 @@ private:
             } else if (accept("SET")) {
                 Stmt& s = emit(StmtKind::AlterDatabaseSet, line);
                 s.name = db;
-                while (!atEnd() && !peek().op(";") && !(peek().kind == TokenKind::Identifier &&
-                                                        kReserved.count(peek().upper) && !peek().is("WITH"))) {
+                while (!atEnd() && !peek().op(";") &&
+                       !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper) &&
+                         !peek().is("WITH"))) {
                     s.targets.push_back(next().upper);
                 }
             } else {
@@ -1731,7 +1787,7 @@ private:
                     a.isDefault = true;
                 } else if (peek().kind == TokenKind::Identifier && !peek(1).op("(") && !peek(1).op(".") &&
                            !kReserved.count(peek().upper)) {
-                    a.expr = quoteString(next().text);   // EXEC sp_x name: a bare word is a string
+                    a.expr = quoteString(next().text); // EXEC sp_x name: a bare word is a string
                 } else {
                     Expr e = unary();
                     a.expr = e.sql;
@@ -1803,7 +1859,8 @@ private:
         };
         do {
             std::string perm = word();
-            while (peek().kind == TokenKind::Identifier && !peek().is("ON") && !peek().is("TO") && !peek().is("FROM"))
+            while (peek().kind == TokenKind::Identifier && !peek().is("ON") && !peek().is("TO") &&
+                   !peek().is("FROM"))
                 perm += " " + word();
             std::transform(perm.begin(), perm.end(), perm.begin(), ::toupper);
             s.targets.push_back(perm);
@@ -1828,9 +1885,10 @@ private:
     }
 };
 
-}  // namespace
+} // namespace
 
-std::vector<Stmt> translateBatch(const std::string& sql, const std::map<std::string, ColumnInfo>& variableTypes)
+std::vector<Stmt> translateBatch(const std::string& sql,
+                                 const std::map<std::string, ColumnInfo>& variableTypes)
 {
     Parser p(sql, variableTypes);
     return p.parseBatch();
@@ -1845,4 +1903,4 @@ std::vector<ParameterDefinition> parseParameterDefinitions(const std::string& te
     return defs;
 }
 
-}  // namespace standin
+} // namespace standin
