@@ -252,3 +252,21 @@ TEST_F(CatalogTest, GeneratedScriptRunsBatchByBatch)
     ASSERT_EQ(dup.errors().size(), 1u);
     EXPECT_EQ(dup.errors()[0].number, 2627);
 }
+
+TEST_F(CatalogTest, PermissionsByName)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Perm; CREATE LOGIN reader WITH PASSWORD = 'r'; USE Perm; "
+           "CREATE TABLE t (x int); CREATE USER reader FOR LOGIN reader; "
+           "EXEC sp_addrolemember 'db_datareader', 'reader'; DENY SELECT ON t TO reader");
+    EXPECT_EQ(scalar(*s, "SELECT HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE')"), V(1));
+    auto reader = login("reader", "r", "Perm");
+    ASSERT_TRUE(reader);
+    auto row = ok(*reader, "SELECT HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE'), "
+                           "HAS_PERMS_BY_NAME('Perm', 'DATABASE', 'CONNECT'), "
+                           "HAS_PERMS_BY_NAME('dbo.t', 'OBJECT', 'SELECT'), "
+                           "HAS_PERMS_BY_NAME('dbo.t', 'OBJECT', 'INSERT'), "
+                           "HAS_PERMS_BY_NAME(NULL, NULL, 'NO SUCH PERMISSION')")
+                   .rows();
+    EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(0), V(1), V(0), V(0), V()}}));
+}

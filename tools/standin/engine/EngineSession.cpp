@@ -754,7 +754,84 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
             return int64_t(type == "procedure");
         return std::monostate{};
     }
+    if (name == "lf_has_perms_by_name")
+        return hasPermsByName(args.size() > 0 ? args[0] : Value(), upper(text(1)), upper(text(2)));
     throw SqlError(195, 15, "'" + name + "' is not a recognized built-in function name.");
+}
+
+// HAS_PERMS_BY_NAME for what the stand-in models: server permissions that follow from the
+// fixed server roles, database permissions from access and the fixed database roles, object
+// permissions from those roles and from GRANT/DENY. Other permissions answer NULL.
+Value EngineSession::hasPermsByName(const Value& securable, const std::string& securableClass,
+                                    const std::string& permission)
+{
+    if (securableClass.empty() || securableClass == "SERVER") {
+        if (permission == "CONNECT SQL")
+            return int64_t(1);
+        if (permission == "CREATE ANY DATABASE" || permission == "ALTER ANY DATABASE")
+            return int64_t(hasServerRole("dbcreator"));
+        if (permission == "ALTER ANY LOGIN")
+            return int64_t(hasServerRole("securityadmin"));
+        if (permission == "CONTROL SERVER" || permission == "VIEW SERVER STATE" ||
+            permission == "ALTER SETTINGS" || permission == "SHUTDOWN")
+            return int64_t(isSysadmin());
+        return std::monostate{};
+    }
+    ColumnInfo t;
+    t.type = SqlType::NVarChar;
+    const Value v = normalizeValue(securable, t);
+    const std::string target = std::holds_alternative<std::string>(v) ? std::get<std::string>(v) : "";
+    auto inRole = [&](int roleId) {
+        auto user = currentUserId();
+        if (!user)
+            return false;
+        if (*user == 1)
+            return true;
+        SqliteStmt s(m_db.get(),
+                     "SELECT 1 FROM main.lf_database_role_members WHERE member_principal_id = ? AND "
+                     "role_principal_id IN (16384, ?)");
+        s.bind(1, int64_t(*user)).bind(2, int64_t(roleId));
+        return s.step();
+    };
+    if (securableClass == "DATABASE") {
+        auto db = m_instance.catalog().database(target.empty() ? m_database.name : target);
+        if (!db)
+            return std::monostate{};
+        const bool access = databaseUserFor(m_instance, m_login, m_groups, *db).has_value();
+        if (permission == "CONNECT" || permission == "ANY")
+            return int64_t(access);
+        if (db->id != m_database.id)
+            return std::monostate{};
+        if (permission == "BACKUP DATABASE")
+            return int64_t(access && inRole(16389));
+        if (permission == "CREATE TABLE" || permission == "CREATE PROCEDURE" || permission == "CREATE VIEW")
+            return int64_t(access && inRole(16387));
+        return std::monostate{};
+    }
+    if (securableClass == "OBJECT") {
+        std::string object = target;
+        if (auto dot = object.rfind('.'); dot != std::string::npos)
+            object = object.substr(dot + 1);
+        auto user = currentUserId();
+        if (!user)
+            return int64_t(0);
+        // A DENY ('D') outweighs a GRANT ('G'), for the user or any role it is in.
+        SqliteStmt grant(
+            m_db.get(),
+            "SELECT state FROM main.lf_database_permissions WHERE object_name = ? COLLATE NOCASE AND "
+            "permission_name = ? AND (grantee_principal_id = ? OR grantee_principal_id IN (SELECT "
+            "role_principal_id FROM main.lf_database_role_members WHERE member_principal_id = ?)) "
+            "ORDER BY state");
+        grant.bind(1, object).bind(2, permission).bind(3, int64_t(*user)).bind(4, int64_t(*user));
+        if (grant.step())
+            return int64_t(grant.text(0) == "G" || *user == 1);
+        if (permission == "SELECT")
+            return int64_t(inRole(16390));
+        if (permission == "INSERT" || permission == "UPDATE" || permission == "DELETE")
+            return int64_t(inRole(16391));
+        return int64_t(inRole(16384));
+    }
+    return std::monostate{};
 }
 
 } // namespace standin

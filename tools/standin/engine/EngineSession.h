@@ -78,6 +78,8 @@ private:
     void info(ResultSink& sink, int32_t number, const std::string& text, int line = 1);
     void useDatabase(const std::string& name, ResultSink& sink, int line);
     std::map<std::string, ColumnInfo> variableTypes() const;
+    Value hasPermsByName(const Value& securable, const std::string& securableClass,
+                         const std::string& permission);
 
     // Procedures (SessionProcedures.cpp)
     void execStatement(const Stmt& s, ResultSink& sink);

@@ -656,7 +656,7 @@ void registerFunctions(sqlite3* db, FunctionContext* context)
                                             "lf_suser_sname",  "lf_suser_name",       "lf_user_name",
                                             "lf_db_name",      "lf_app_name",         "db_id",
                                             "lf_has_dbaccess", "lf_is_srvrolemember", "lf_is_member",
-                                            "lf_object_id",    "lf_objectproperty"};
+                                            "lf_object_id",    "lf_objectproperty",   "lf_has_perms_by_name"};
     for (const char* name : contextFunctions) {
         auto* data = new ContextName{context, name};
         sqlite3_create_function_v2(db, name, -1, SQLITE_UTF8, data, contextTrampoline, nullptr, nullptr,

@@ -586,7 +586,7 @@ private:
             f == "DB_NAME" || f == "APP_NAME")
             return {"lf_" + lowerOf(f) + "(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
         if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" ||
-            f == "OBJECT_ID" || f == "OBJECTPROPERTY")
+            f == "OBJECT_ID" || f == "OBJECTPROPERTY" || f == "HAS_PERMS_BY_NAME")
             return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")",
                     makeType(SqlType::Int, 4), ""};
         if (f == "ABS" || f == "ROUND" || f == "FLOOR" || f == "CEILING" || f == "SIGN")
