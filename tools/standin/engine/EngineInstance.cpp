@@ -126,7 +126,8 @@ std::unique_ptr<Session> EngineInstance::login(const LoginRequest& request, Serv
     }
     try {
         return std::make_unique<EngineSession>(*this, *login, groups, *db, request.hostName, request.appName);
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         error = ServerMessage{e.number(), e.state(), e.severity(), e.what(), "", 1};
         return nullptr;
     }

@@ -101,7 +101,8 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
     std::vector<Stmt> statements;
     try {
         statements = translateBatch(sql, variableTypes());
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         ServerMessage m{e.number(), e.state(), e.severity(), e.what(), "", 1};
         sink.message(m);
         DoneInfo d;
@@ -125,7 +126,8 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
         try {
             execute(s, sink, next);
             m_lastError = 0;
-        } catch (const SqlError& e) {
+        } catch (const std::exception& ex) {
+            const SqlError e = asSqlError(ex);
             m_lastError = e.number();
             ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procName, s.line};
             sink.message(m);

@@ -121,7 +121,8 @@ void EngineSession::executeRpc(const std::string& procedure, std::vector<RpcPara
     int status = 0;
     try {
         status = callProcedure(procedure, parameters, sink);
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         m_lastError = e.number();
         ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procedureKey(procedure), 1};
         sink.message(m);
