@@ -15,7 +15,8 @@ namespace {
 
 std::string upper(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return s;
 }
 
@@ -40,18 +41,18 @@ ColumnInfo typeOfValue(const Value& v)
         c.type = SqlType::NVarChar;
         c.maxLength = s->size() > 4000 ? -1 : 4000;
     } else {
-        c.type = SqlType::Int;   // an untyped NULL, as SQL Server types "SELECT NULL"
+        c.type = SqlType::Int; // an untyped NULL, as SQL Server types "SELECT NULL"
         c.maxLength = 4;
     }
     return c;
 }
 
-}  // namespace
+} // namespace
 
 EngineSession::EngineSession(EngineInstance& instance, LoginRecord login, std::vector<LoginRecord> groups,
                              const DatabaseRecord& database, std::string hostName, std::string appName)
-    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)), m_hostName(std::move(hostName)),
-      m_appName(std::move(appName)), m_spid(instance.nextSpid())
+    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)),
+      m_hostName(std::move(hostName)), m_appName(std::move(appName)), m_spid(instance.nextSpid())
 {
     openDatabase(database);
 }
@@ -69,12 +70,15 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         throw SqlError(945, 14, "Database '" + db.name + "' cannot be opened due to inaccessible files.");
     SqliteDb conn(db.files.front().physicalName, false);
     registerFunctions(conn.get(), this);
+    // Database files made before procedures were kept lack their table.
+    conn.exec("CREATE TABLE IF NOT EXISTS main.lf_procedures (name nvarchar(128) COLLATE NOCASE PRIMARY KEY, "
+              "parameters nvarchar(-1), body nvarchar(-1), create_date datetime, modify_date datetime)");
     if (db.id != 1) {
         SqliteStmt attach(conn.get(), "ATTACH DATABASE ? AS master");
         attach.bind(1, m_instance.catalog().masterPath()).step();
     }
     if (m_inTransaction)
-        m_inTransaction = false;   // switching databases ends the SQLite transaction with the connection
+        m_inTransaction = false; // switching databases ends the SQLite transaction with the connection
     m_instance.enterDatabase(db.id);
     if (m_database.id)
         m_instance.leaveDatabase(m_database.id);
@@ -97,7 +101,8 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
     std::vector<Stmt> statements;
     try {
         statements = translateBatch(sql, variableTypes());
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         ServerMessage m{e.number(), e.state(), e.severity(), e.what(), "", 1};
         sink.message(m);
         DoneInfo d;
@@ -108,7 +113,8 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
     runStatements(statements, sink, "");
 }
 
-void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink, const std::string& procName)
+void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink,
+                                  const std::string& procName)
 {
     ++m_depth;
     size_t pc = 0;
@@ -120,7 +126,8 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
         try {
             execute(s, sink, next);
             m_lastError = 0;
-        } catch (const SqlError& e) {
+        } catch (const std::exception& ex) {
+            const SqlError e = asSqlError(ex);
             m_lastError = e.number();
             ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procName, s.line};
             sink.message(m);
@@ -132,7 +139,7 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             if (sink.cancelRequested())
                 break;
         }
-        if (next == SIZE_MAX)   // RETURN
+        if (next == SIZE_MAX) // RETURN
             break;
         pc = next;
     }
@@ -205,14 +212,17 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     }
     case StmtKind::Raiserror: {
         const std::string text = evaluateText(s.args[0].expr);
-        const int64_t severity = s.args.size() > 1 ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr),
-                                                                                       columnInfoForType("int")))
-                                                   : 16;
-        const int64_t state = s.args.size() > 2 ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr),
-                                                                                    columnInfoForType("int")))
-                                                : 1;
+        const int64_t severity =
+            s.args.size() > 1
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr), columnInfoForType("int")))
+                : 16;
+        const int64_t state =
+            s.args.size() > 2
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr), columnInfoForType("int")))
+                : 1;
         if (severity <= 10) {
-            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "", s.line};
+            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "",
+                            s.line};
             sink.message(m);
             return;
         }
@@ -239,13 +249,15 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     case StmtKind::CommitTran:
         if (!m_inTransaction)
-            throw SqlError(3902, 16, "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3902, 16,
+                           "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("COMMIT");
         m_inTransaction = false;
         return;
     case StmtKind::RollbackTran:
         if (!m_inTransaction)
-            throw SqlError(3903, 16, "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3903, 16,
+                           "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("ROLLBACK");
         m_inTransaction = false;
         return;
@@ -335,9 +347,10 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         done(sink, 0, false, 0);
         return;
     case StmtKind::Return:
-        m_returnStatus = s.args.empty() ? 0
-                                        : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
-                                                                           columnInfoForType("int")));
+        m_returnStatus = s.args.empty()
+                             ? 0
+                             : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
+                                                                columnInfoForType("int")));
         next = SIZE_MAX;
         return;
     case StmtKind::Nop:
@@ -468,12 +481,14 @@ std::string EngineSession::resolve(const std::string& sql)
                 if (it == m_attached.end()) {
                     auto rec = m_instance.catalog().database(db);
                     if (!rec)
-                        throw SqlError(911, 16, "Database '" + db +
-                                                    "' does not exist. Make sure that the name is entered correctly.");
+                        throw SqlError(911, 16,
+                                       "Database '" + db +
+                                           "' does not exist. Make sure that the name is entered correctly.");
                     if (!databaseUserFor(m_instance, m_login, m_groups, *rec))
-                        throw SqlError(916, 14, "The server principal \"" + m_login.name +
-                                                    "\" is not able to access the database \"" + rec->name +
-                                                    "\" under the current security context.");
+                        throw SqlError(916, 14,
+                                       "The server principal \"" + m_login.name +
+                                           "\" is not able to access the database \"" + rec->name +
+                                           "\" under the current security context.");
                     const std::string alias = "lfdb_" + std::to_string(rec->id);
                     SqliteStmt attach(m_db.get(), "ATTACH DATABASE ? AS " + alias);
                     attach.bind(1, rec->files.front().physicalName).step();
@@ -532,10 +547,12 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 {
     auto db = m_instance.catalog().database(name);
     if (!db)
-        throw SqlError(911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
+        throw SqlError(
+            911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
     if (!databaseUserFor(m_instance, m_login, m_groups, *db))
-        throw SqlError(916, 14, "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
-                                    db->name + "\" under the current security context.");
+        throw SqlError(916, 14,
+                       "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
+                           db->name + "\" under the current security context.");
     const std::string old = m_database.name;
     if (db->id != m_database.id)
         openDatabase(*db);
@@ -544,7 +561,8 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 }
 
 std::optional<int> EngineSession::databaseUserFor(EngineInstance& instance, const LoginRecord& login,
-                                                  const std::vector<LoginRecord>& groups, const DatabaseRecord& db)
+                                                  const std::vector<LoginRecord>& groups,
+                                                  const DatabaseRecord& db)
 {
     auto& catalog = instance.catalog();
     if (catalog.isServerRoleMember(login.id, "sysadmin"))
@@ -654,8 +672,8 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
     if (name == "lf_db_name") {
         if (args.empty() || std::holds_alternative<std::monostate>(args[0]))
             return m_database.name;
-        auto db = m_instance.catalog().database(static_cast<int>(std::get<int64_t>(
-            normalizeValue(args[0], columnInfoForType("int")))));
+        auto db = m_instance.catalog().database(
+            static_cast<int>(std::get<int64_t>(normalizeValue(args[0], columnInfoForType("int")))));
         return db ? Value(db->name) : Value();
     }
     if (name == "db_id") {
@@ -694,8 +712,9 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
             return int64_t(0);
         if (*user == 1 && *role == 16384)
             return int64_t(1);
-        SqliteStmt s(m_db.get(), "SELECT 1 FROM main.lf_database_role_members WHERE role_principal_id = ? AND "
-                                 "member_principal_id = ?");
+        SqliteStmt s(m_db.get(),
+                     "SELECT 1 FROM main.lf_database_role_members WHERE role_principal_id = ? AND "
+                     "member_principal_id = ?");
         s.bind(1, int64_t(*role)).bind(2, int64_t(*user));
         return int64_t(s.step() ? 1 : 0);
     }
@@ -706,12 +725,115 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
         object.erase(std::remove(object.begin(), object.end(), '['), object.end());
         object.erase(std::remove(object.begin(), object.end(), ']'), object.end());
         const bool temp = !object.empty() && object[0] == '#';
-        SqliteStmt s(m_db.get(), std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
-                                     ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
+        SqliteStmt s(m_db.get(),
+                     std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
+                         ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
         s.bind(1, object);
-        return s.step() ? Value(s.integer(0) == 0 ? int64_t(1) : s.integer(0)) : Value();
+        if (s.step())
+            return s.integer(0);
+        // Procedures have no pages; their ids lie above the pages'.
+        SqliteStmt p(m_db.get(), "SELECT 1000000000 + rowid FROM main.lf_procedures WHERE name = ?");
+        p.bind(1, object);
+        return p.step() ? Value(p.integer(0)) : Value();
     }
+    if (name == "lf_objectproperty") {
+        if (args.size() < 2 || std::holds_alternative<std::monostate>(args[0]))
+            return std::monostate{};
+        const int64_t id = std::get<int64_t>(normalizeValue(args[0], columnInfoForType("bigint")));
+        const std::string property = upper(text(1));
+        SqliteStmt s(m_db.get(),
+                     "SELECT type FROM main.sqlite_master WHERE rootpage = ? AND type IN ('table','view') "
+                     "UNION ALL SELECT 'procedure' FROM main.lf_procedures WHERE 1000000000 + rowid = ?");
+        s.bind(1, id).bind(2, id);
+        if (!s.step())
+            return std::monostate{};
+        const std::string type = s.text(0);
+        if (property == "ISUSERTABLE" || property == "ISTABLE")
+            return int64_t(type == "table");
+        if (property == "ISVIEW")
+            return int64_t(type == "view");
+        if (property == "ISPROCEDURE")
+            return int64_t(type == "procedure");
+        return std::monostate{};
+    }
+    if (name == "lf_has_perms_by_name")
+        return hasPermsByName(args.size() > 0 ? args[0] : Value(), upper(text(1)), upper(text(2)));
     throw SqlError(195, 15, "'" + name + "' is not a recognized built-in function name.");
 }
 
-}  // namespace standin
+// HAS_PERMS_BY_NAME for what the stand-in models: server permissions that follow from the
+// fixed server roles, database permissions from access and the fixed database roles, object
+// permissions from those roles and from GRANT/DENY. Other permissions answer NULL.
+Value EngineSession::hasPermsByName(const Value& securable, const std::string& securableClass,
+                                    const std::string& permission)
+{
+    if (securableClass.empty() || securableClass == "SERVER") {
+        if (permission == "CONNECT SQL")
+            return int64_t(1);
+        if (permission == "CREATE ANY DATABASE" || permission == "ALTER ANY DATABASE")
+            return int64_t(hasServerRole("dbcreator"));
+        if (permission == "ALTER ANY LOGIN")
+            return int64_t(hasServerRole("securityadmin"));
+        if (permission == "CONTROL SERVER" || permission == "VIEW SERVER STATE" ||
+            permission == "ALTER SETTINGS" || permission == "SHUTDOWN")
+            return int64_t(isSysadmin());
+        return std::monostate{};
+    }
+    ColumnInfo t;
+    t.type = SqlType::NVarChar;
+    const Value v = normalizeValue(securable, t);
+    const std::string target = std::holds_alternative<std::string>(v) ? std::get<std::string>(v) : "";
+    auto inRole = [&](int roleId) {
+        auto user = currentUserId();
+        if (!user)
+            return false;
+        if (*user == 1)
+            return true;
+        SqliteStmt s(m_db.get(),
+                     "SELECT 1 FROM main.lf_database_role_members WHERE member_principal_id = ? AND "
+                     "role_principal_id IN (16384, ?)");
+        s.bind(1, int64_t(*user)).bind(2, int64_t(roleId));
+        return s.step();
+    };
+    if (securableClass == "DATABASE") {
+        auto db = m_instance.catalog().database(target.empty() ? m_database.name : target);
+        if (!db)
+            return std::monostate{};
+        const bool access = databaseUserFor(m_instance, m_login, m_groups, *db).has_value();
+        if (permission == "CONNECT" || permission == "ANY")
+            return int64_t(access);
+        if (db->id != m_database.id)
+            return std::monostate{};
+        if (permission == "BACKUP DATABASE")
+            return int64_t(access && inRole(16389));
+        if (permission == "CREATE TABLE" || permission == "CREATE PROCEDURE" || permission == "CREATE VIEW")
+            return int64_t(access && inRole(16387));
+        return std::monostate{};
+    }
+    if (securableClass == "OBJECT") {
+        std::string object = target;
+        if (auto dot = object.rfind('.'); dot != std::string::npos)
+            object = object.substr(dot + 1);
+        auto user = currentUserId();
+        if (!user)
+            return int64_t(0);
+        // A DENY ('D') outweighs a GRANT ('G'), for the user or any role it is in.
+        SqliteStmt grant(
+            m_db.get(),
+            "SELECT state FROM main.lf_database_permissions WHERE object_name = ? COLLATE NOCASE AND "
+            "permission_name = ? AND (grantee_principal_id = ? OR grantee_principal_id IN (SELECT "
+            "role_principal_id FROM main.lf_database_role_members WHERE member_principal_id = ?)) "
+            "ORDER BY state");
+        grant.bind(1, object).bind(2, permission).bind(3, int64_t(*user)).bind(4, int64_t(*user));
+        if (grant.step())
+            return int64_t(grant.text(0) == "G" || *user == 1);
+        if (permission == "SELECT")
+            return int64_t(inRole(16390));
+        if (permission == "INSERT" || permission == "UPDATE" || permission == "DELETE")
+            return int64_t(inRole(16391));
+        return int64_t(inRole(16384));
+    }
+    return std::monostate{};
+}
+
+} // namespace standin

@@ -31,7 +31,8 @@ std::string osErrorText(int error, bool reading)
 {
     switch (error) {
     case ENOENT:
-        return reading ? "2(The system cannot find the file specified.)" : "3(The system cannot find the path specified.)";
+        return reading ? "2(The system cannot find the file specified.)"
+                       : "3(The system cannot find the path specified.)";
     case ENOTDIR:
         return "3(The system cannot find the path specified.)";
     case EACCES:
@@ -47,7 +48,8 @@ std::string osErrorText(int error, bool reading)
 
 std::string upper(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return s;
 }
 
@@ -138,7 +140,7 @@ std::vector<int> progressMarks(int stats)
     return marks;
 }
 
-}  // namespace
+} // namespace
 
 void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
 {
@@ -155,8 +157,9 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
     for (const auto& [name, value] : s.options) {
         if (name == "STATS") {
             report = true;
-            stats = value.empty() ? 10 : static_cast<int>(std::get<int64_t>(
-                                                 normalizeValue(evaluate(value), columnInfoForType("int"))));
+            stats = value.empty() ? 10
+                                  : static_cast<int>(std::get<int64_t>(
+                                        normalizeValue(evaluate(value), columnInfoForType("int"))));
         } else if (name == "DIFFERENTIAL" || name == "COMPRESSION" || name == "ENCRYPTION") {
             throw unsupported("BACKUP ... WITH " + name);
         }
@@ -165,14 +168,16 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
     }
     auto db = m_instance.catalog().database(s.name);
     if (!db)
-        fail(911, 16, "Database '" + s.name + "' does not exist. Make sure that the name is entered correctly.");
+        fail(911, 16,
+             "Database '" + s.name + "' does not exist. Make sure that the name is entered correctly.");
     {
         auto user = databaseUserFor(m_instance, m_login, m_groups, *db);
         bool allowed = user && *user == 1;
         if (user && !allowed) {
             SqliteDb conn(db->files.front().physicalName, false);
-            SqliteStmt q(conn.get(), "SELECT 1 FROM lf_database_role_members WHERE member_principal_id = ? AND "
-                                     "role_principal_id IN (16384, 16389)");
+            SqliteStmt q(conn.get(),
+                         "SELECT 1 FROM lf_database_role_members WHERE member_principal_id = ? AND "
+                         "role_principal_id IN (16384, 16389)");
             q.bind(1, int64_t(*user));
             allowed = q.step();
         }
@@ -185,8 +190,9 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
 
     PendingFile out(path);
     if (out.openError())
-        fail(3201, 16, "Cannot open backup device '" + path + "'. Operating system error " +
-                           osErrorText(out.openError(), false) + ".");
+        fail(3201, 16,
+             "Cannot open backup device '" + path + "'. Operating system error " +
+                 osErrorText(out.openError(), false) + ".");
 
     // A consistent image of the data file, taken in one read transaction.
     std::vector<uint8_t> image;
@@ -195,8 +201,9 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
         sqlite3_int64 size = 0;
         unsigned char* bytes = sqlite3_serialize(conn.get(), "main", &size, 0);
         if (!bytes)
-            fail(3201, 16, "Cannot open backup device '" + db->files.front().physicalName +
-                               "'. Operating system error " + osErrorText(EIO, true) + ".");
+            fail(3201, 16,
+                 "Cannot open backup device '" + db->files.front().physicalName +
+                     "'. Operating system error " + osErrorText(EIO, true) + ".");
         image.assign(bytes, bytes + size);
         sqlite3_free(bytes);
     }
@@ -228,7 +235,7 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
         EVP_DigestUpdate(hash, data, size);
     };
     try {
-        header.finishDate = header.startDate;   // the header precedes the data, so it cannot carry the true end
+        header.finishDate = header.startDate; // the header precedes the data, so it cannot carry the true end
         const std::string text = encodeHeader(header);
         put(kBackupMagic, sizeof kBackupMagic);
         uint8_t length[8];
@@ -260,8 +267,9 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
     } catch (const std::system_error& e) {
         EVP_MD_CTX_free(hash);
         out.abandon();
-        fail(3201, 16, "Cannot open backup device '" + path + "'. Operating system error " +
-                           osErrorText(e.code().value(), false) + ".");
+        fail(3201, 16,
+             "Cannot open backup device '" + path + "'. Operating system error " +
+                 osErrorText(e.code().value(), false) + ".");
     } catch (...) {
         EVP_MD_CTX_free(hash);
         throw;
@@ -271,8 +279,9 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
     uint64_t total = 0;
     for (const auto& f : header.files) {
         total += pages(f.sizeBytes);
-        info(sink, 4035, "Processed " + std::to_string(pages(f.sizeBytes)) + " pages for database '" + db->name +
-                             "', file '" + f.file.name + "' on file 1.",
+        info(sink, 4035,
+             "Processed " + std::to_string(pages(f.sizeBytes)) + " pages for database '" + db->name +
+                 "', file '" + f.file.name + "' on file 1.",
              s.line);
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
@@ -284,10 +293,11 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
 {
     const auto started = std::chrono::steady_clock::now();
     const std::string form = s.name2;
-    const std::string terminating = form == "DATABASE"      ? "RESTORE DATABASE is terminating abnormally."
-                                    : form == "VERIFYONLY"  ? "VERIFY DATABASE is terminating abnormally."
-                                    : form == "FILELISTONLY" ? "RESTORE FILELIST is terminating abnormally."
-                                                             : "RESTORE HEADERONLY is terminating abnormally.";
+    const std::string terminating = form == "DATABASE"     ? "RESTORE DATABASE is terminating abnormally."
+                                    : form == "VERIFYONLY" ? "VERIFY DATABASE is terminating abnormally."
+                                    : form == "FILELISTONLY"
+                                        ? "RESTORE FILELIST is terminating abnormally."
+                                        : "RESTORE HEADERONLY is terminating abnormally.";
     auto fail = [&](int32_t number, uint8_t severity, const std::string& text) {
         ServerMessage m{number, 1, severity, text, "", s.line};
         sink.message(m);
@@ -300,14 +310,16 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     for (const auto& [name, value] : s.options) {
         if (name == "STATS") {
             report = true;
-            stats = value.empty() ? 10 : static_cast<int>(std::get<int64_t>(
-                                                 normalizeValue(evaluate(value), columnInfoForType("int"))));
+            stats = value.empty() ? 10
+                                  : static_cast<int>(std::get<int64_t>(
+                                        normalizeValue(evaluate(value), columnInfoForType("int"))));
         } else if (name == "REPLACE") {
             replace = true;
         } else if (name == "FILE") {
             const Value v = normalizeValue(evaluate(value), columnInfoForType("int"));
             if (std::get<int64_t>(v) != 1)
-                fail(3206, 16, "No entry in sulist for backup set " + std::to_string(std::get<int64_t>(v)) + ".");
+                fail(3206, 16,
+                     "No entry in sulist for backup set " + std::to_string(std::get<int64_t>(v)) + ".");
         } else if (name == "NORECOVERY" || name == "STANDBY" || name == "STOPAT" || name == "PARTIAL") {
             throw unsupported("RESTORE ... WITH " + name);
         }
@@ -316,10 +328,12 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     }
     auto mediaError = [&](const std::exception& e) {
         if (auto se = dynamic_cast<const std::system_error*>(&e))
-            fail(3201, 16, "Cannot open backup device '" + path + "'. Operating system error " +
-                               osErrorText(se->code().value(), true) + ".");
-        fail(3241, 16, "The media family on device '" + path +
-                           "' is incorrectly formed. SQL Server cannot process this media family.");
+            fail(3201, 16,
+                 "Cannot open backup device '" + path + "'. Operating system error " +
+                     osErrorText(se->code().value(), true) + ".");
+        fail(3241, 16,
+             "The media family on device '" + path +
+                 "' is incorrectly formed. SQL Server cannot process this media family.");
     };
 
     if (form == "FILELISTONLY" || form == "HEADERONLY") {
@@ -335,55 +349,123 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
             return c;
         };
         if (form == "FILELISTONLY") {
-            sink.columns({col("LogicalName", "nvarchar(128)"), col("PhysicalName", "nvarchar(260)"),
-                          col("Type", "char(1)"), col("FileGroupName", "nvarchar(128)"), col("Size", "bigint"),
-                          col("MaxSize", "bigint"), col("FileId", "bigint"), col("CreateLSN", "bigint"),
-                          col("DropLSN", "bigint"), col("UniqueId", "uniqueidentifier"),
-                          col("ReadOnlyLSN", "bigint"), col("ReadWriteLSN", "bigint"),
-                          col("BackupSizeInBytes", "bigint"), col("SourceBlockSize", "int"),
-                          col("FileGroupId", "int"), col("LogGroupGUID", "uniqueidentifier"),
-                          col("DifferentialBaseLSN", "bigint"), col("DifferentialBaseGUID", "uniqueidentifier"),
-                          col("IsReadOnly", "bit"), col("IsPresent", "bit")});
+            sink.columns({col("LogicalName", "nvarchar(128)"),
+                          col("PhysicalName", "nvarchar(260)"),
+                          col("Type", "char(1)"),
+                          col("FileGroupName", "nvarchar(128)"),
+                          col("Size", "bigint"),
+                          col("MaxSize", "bigint"),
+                          col("FileId", "bigint"),
+                          col("CreateLSN", "bigint"),
+                          col("DropLSN", "bigint"),
+                          col("UniqueId", "uniqueidentifier"),
+                          col("ReadOnlyLSN", "bigint"),
+                          col("ReadWriteLSN", "bigint"),
+                          col("BackupSizeInBytes", "bigint"),
+                          col("SourceBlockSize", "int"),
+                          col("FileGroupId", "int"),
+                          col("LogGroupGUID", "uniqueidentifier"),
+                          col("DifferentialBaseLSN", "bigint"),
+                          col("DifferentialBaseGUID", "uniqueidentifier"),
+                          col("IsReadOnly", "bit"),
+                          col("IsPresent", "bit")});
             for (const auto& f : header.files) {
                 const bool data = f.file.type == 0;
-                sink.row({f.file.name, f.file.physicalName, std::string(data ? "D" : "L"),
-                          data ? Value(std::string("PRIMARY")) : Value(), static_cast<int64_t>(f.sizeBytes),
-                          int64_t(35184372080640), int64_t(f.file.fileId), int64_t(0), int64_t(0),
-                          std::string("00000000-0000-0000-0000-00000000000") + std::to_string(f.file.fileId % 10),
-                          int64_t(0), int64_t(0), static_cast<int64_t>(f.sizeBytes), int64_t(512),
-                          int64_t(data ? 1 : 0), Value(), int64_t(0), Value(), int64_t(0), int64_t(1)});
+                sink.row(
+                    {f.file.name,
+                     f.file.physicalName,
+                     std::string(data ? "D" : "L"),
+                     data ? Value(std::string("PRIMARY")) : Value(),
+                     static_cast<int64_t>(f.sizeBytes),
+                     int64_t(35184372080640),
+                     int64_t(f.file.fileId),
+                     int64_t(0),
+                     int64_t(0),
+                     std::string("00000000-0000-0000-0000-00000000000") + std::to_string(f.file.fileId % 10),
+                     int64_t(0),
+                     int64_t(0),
+                     static_cast<int64_t>(f.sizeBytes),
+                     int64_t(512),
+                     int64_t(data ? 1 : 0),
+                     Value(),
+                     int64_t(0),
+                     Value(),
+                     int64_t(0),
+                     int64_t(1)});
             }
             done(sink, 0xC1, true, header.files.size());
         } else {
             uint64_t size = 0;
             for (const auto& f : header.files)
                 size += f.sizeBytes;
-            sink.columns({col("BackupName", "nvarchar(128)"), col("BackupDescription", "nvarchar(255)"),
-                          col("BackupType", "smallint"), col("ExpirationDate", "datetime"), col("Compressed", "tinyint"),
-                          col("Position", "smallint"), col("DeviceType", "tinyint"), col("UserName", "nvarchar(128)"),
-                          col("ServerName", "nvarchar(128)"), col("DatabaseName", "nvarchar(128)"),
-                          col("DatabaseVersion", "int"), col("DatabaseCreationDate", "datetime"),
-                          col("BackupSize", "bigint"), col("FirstLSN", "bigint"), col("LastLSN", "bigint"),
-                          col("CheckpointLSN", "bigint"), col("DatabaseBackupLSN", "bigint"),
-                          col("BackupStartDate", "datetime"), col("BackupFinishDate", "datetime"),
-                          col("SortOrder", "smallint"), col("CodePage", "smallint"),
-                          col("UnicodeLocaleId", "int"), col("UnicodeComparisonStyle", "int"),
-                          col("CompatibilityLevel", "tinyint"), col("SoftwareVendorId", "int"),
-                          col("SoftwareVersionMajor", "int"), col("SoftwareVersionMinor", "int"),
-                          col("SoftwareVersionBuild", "int"), col("MachineName", "nvarchar(128)"),
-                          col("Flags", "int"), col("Collation", "nvarchar(128)")});
+            sink.columns({col("BackupName", "nvarchar(128)"),
+                          col("BackupDescription", "nvarchar(255)"),
+                          col("BackupType", "smallint"),
+                          col("ExpirationDate", "datetime"),
+                          col("Compressed", "tinyint"),
+                          col("Position", "smallint"),
+                          col("DeviceType", "tinyint"),
+                          col("UserName", "nvarchar(128)"),
+                          col("ServerName", "nvarchar(128)"),
+                          col("DatabaseName", "nvarchar(128)"),
+                          col("DatabaseVersion", "int"),
+                          col("DatabaseCreationDate", "datetime"),
+                          col("BackupSize", "bigint"),
+                          col("FirstLSN", "bigint"),
+                          col("LastLSN", "bigint"),
+                          col("CheckpointLSN", "bigint"),
+                          col("DatabaseBackupLSN", "bigint"),
+                          col("BackupStartDate", "datetime"),
+                          col("BackupFinishDate", "datetime"),
+                          col("SortOrder", "smallint"),
+                          col("CodePage", "smallint"),
+                          col("UnicodeLocaleId", "int"),
+                          col("UnicodeComparisonStyle", "int"),
+                          col("CompatibilityLevel", "tinyint"),
+                          col("SoftwareVendorId", "int"),
+                          col("SoftwareVersionMajor", "int"),
+                          col("SoftwareVersionMinor", "int"),
+                          col("SoftwareVersionBuild", "int"),
+                          col("MachineName", "nvarchar(128)"),
+                          col("Flags", "int"),
+                          col("Collation", "nvarchar(128)")});
             auto part = [&](int index) {
                 int parts[3] = {9, 0, 0};
                 std::sscanf(header.productVersion.c_str(), "%d.%d.%d", &parts[0], &parts[1], &parts[2]);
                 return int64_t(parts[index]);
             };
             auto optional = [](const std::string& t) { return t.empty() ? Value() : Value(t); };
-            sink.row({optional(header.backupName), optional(header.description), int64_t(1), Value(), int64_t(0),
-                      int64_t(1), int64_t(2), header.userName, header.serverName, header.databaseName,
-                      int64_t(611), header.databaseCreationDate, static_cast<int64_t>(size), int64_t(0), int64_t(0),
-                      int64_t(0), int64_t(0), header.startDate, header.finishDate, int64_t(52), int64_t(0),
-                      int64_t(1033), int64_t(196609), int64_t(90), int64_t(4608), part(0), part(1), part(2),
-                      header.machineName, int64_t(512), std::string("SQL_Latin1_General_CP1_CI_AS")});
+            sink.row({optional(header.backupName),
+                      optional(header.description),
+                      int64_t(1),
+                      Value(),
+                      int64_t(0),
+                      int64_t(1),
+                      int64_t(2),
+                      header.userName,
+                      header.serverName,
+                      header.databaseName,
+                      int64_t(611),
+                      header.databaseCreationDate,
+                      static_cast<int64_t>(size),
+                      int64_t(0),
+                      int64_t(0),
+                      int64_t(0),
+                      int64_t(0),
+                      header.startDate,
+                      header.finishDate,
+                      int64_t(52),
+                      int64_t(0),
+                      int64_t(1033),
+                      int64_t(196609),
+                      int64_t(90),
+                      int64_t(4608),
+                      part(0),
+                      part(1),
+                      part(2),
+                      header.machineName,
+                      int64_t(512),
+                      std::string("SQL_Latin1_General_CP1_CI_AS")});
             done(sink, 0xC1, true, 1);
         }
         return;
@@ -397,8 +479,9 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
         mediaError(e);
     } catch (const std::exception&) {
         if (!fs::exists(path))
-            fail(3201, 16, "Cannot open backup device '" + path + "'. Operating system error " +
-                               osErrorText(ENOENT, true) + ".");
+            fail(3201, 16,
+                 "Cannot open backup device '" + path + "'. Operating system error " +
+                     osErrorText(ENOENT, true) + ".");
         fail(3189, 16, "Damage to the backup set was detected.");
     }
     if (form == "VERIFYONLY") {
@@ -415,12 +498,14 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     auto existing = catalog.database(s.name);
     if (existing && !replace) {
         if (upper(header.databaseName) == upper(existing->name))
-            fail(3159, 16, "The tail of the log for the database \"" + existing->name +
-                               "\" has not been backed up. Use BACKUP LOG WITH NORECOVERY to backup the log if it "
-                               "contains work you do not want to lose. Use the WITH REPLACE or WITH STOPAT clause of "
-                               "the RESTORE statement to just overwrite the contents of the log.");
-        fail(3154, 16, "The backup set holds a backup of a database other than the existing '" + existing->name +
-                           "' database.");
+            fail(3159, 16,
+                 "The tail of the log for the database \"" + existing->name +
+                     "\" has not been backed up. Use BACKUP LOG WITH NORECOVERY to backup the log if it "
+                     "contains work you do not want to lose. Use the WITH REPLACE or WITH STOPAT clause of "
+                     "the RESTORE statement to just overwrite the contents of the log.");
+        fail(3154, 16,
+             "The backup set holds a backup of a database other than the existing '" + existing->name +
+                 "' database.");
     }
     if (existing && existing->id == 1)
         fail(3108, 16, "To restore the master database, the server must be running in single-user mode.");
@@ -433,8 +518,9 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
         const std::string from = evaluateText(fromExpr);
         if (std::none_of(header.files.begin(), header.files.end(),
                          [&](const BackupFileEntry& f) { return upper(f.file.name) == upper(from); }))
-            fail(3234, 16, "Logical file '" + from + "' is not part of database '" + s.name +
-                               "'. Use RESTORE FILELISTONLY to list the logical file names.");
+            fail(3234, 16,
+                 "Logical file '" + from + "' is not part of database '" + s.name +
+                     "'. Use RESTORE FILELISTONLY to list the logical file names.");
     }
     for (const auto& f : header.files) {
         FileRecord t = f.file;
@@ -442,14 +528,16 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
             if (upper(evaluateText(fromExpr)) == upper(f.file.name))
                 t.physicalName = evaluateText(toExpr);
         t.physicalName = fs::absolute(t.physicalName).lexically_normal().string();
-        const std::string cannotRestore = "File '" + f.file.name + "' cannot be restored to '" + t.physicalName +
+        const std::string cannotRestore = "File '" + f.file.name + "' cannot be restored to '" +
+                                          t.physicalName +
                                           "'. Use WITH MOVE to identify a valid location for the file.";
         if (!fs::is_directory(fs::path(t.physicalName).parent_path())) {
-            sink.message(ServerMessage{5133, 1, 16,
-                                       "Directory lookup for the file \"" + t.physicalName +
-                                           "\" failed with the operating system error 3(The system cannot find the "
-                                           "path specified.).",
-                                       "", s.line});
+            sink.message(
+                ServerMessage{5133, 1, 16,
+                              "Directory lookup for the file \"" + t.physicalName +
+                                  "\" failed with the operating system error 3(The system cannot find the "
+                                  "path specified.).",
+                              "", s.line});
             fail(3156, 16, cannotRestore);
         }
         bool ownFile = false;
@@ -470,9 +558,10 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
             }
         }
         if (!ownFile && !replace && fs::exists(t.physicalName))
-            fail(3142, 16, "File \"" + f.file.name + "\" cannot be restored over the existing \"" + t.physicalName +
-                               "\". Reissue the RESTORE statement using WITH REPLACE to overwrite pre-existing files, "
-                               "or WITH MOVE to identify an alternate location.");
+            fail(3142, 16,
+                 "File \"" + f.file.name + "\" cannot be restored over the existing \"" + t.physicalName +
+                     "\". Reissue the RESTORE statement using WITH REPLACE to overwrite pre-existing files, "
+                     "or WITH MOVE to identify an alternate location.");
         targets.push_back(t);
     }
 
@@ -480,8 +569,9 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     for (const auto& t : targets) {
         files.push_back(std::make_unique<PendingFile>(t.physicalName));
         if (files.back()->openError())
-            fail(3201, 16, "Cannot open backup device '" + t.physicalName + "'. Operating system error " +
-                               osErrorText(files.back()->openError(), false) + ".");
+            fail(3201, 16,
+                 "Cannot open backup device '" + t.physicalName + "'. Operating system error " +
+                     osErrorText(files.back()->openError(), false) + ".");
     }
     try {
         size_t dataIndex = 0;
@@ -507,8 +597,9 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
         for (auto& f : files)
             f->commit();
     } catch (const std::system_error& e) {
-        fail(3201, 16, "Cannot open backup device '" + std::string(e.what()) + "'. Operating system error " +
-                           osErrorText(e.code().value(), false) + ".");
+        fail(3201, 16,
+             "Cannot open backup device '" + std::string(e.what()) + "'. Operating system error " +
+                 osErrorText(e.code().value(), false) + ".");
     }
     if (existing) {
         for (const auto& old : existing->files) {
@@ -528,8 +619,9 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     uint64_t total = 0;
     for (const auto& f : header.files) {
         total += pages(f.sizeBytes);
-        info(sink, 4035, "Processed " + std::to_string(pages(f.sizeBytes)) + " pages for database '" + s.name +
-                             "', file '" + f.file.name + "' on file 1.",
+        info(sink, 4035,
+             "Processed " + std::to_string(pages(f.sizeBytes)) + " pages for database '" + s.name +
+                 "', file '" + f.file.name + "' on file 1.",
              s.line);
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
@@ -537,4 +629,4 @@ void EngineSession::restore(const Stmt& s, ResultSink& sink)
     done(sink, 0, false, 0);
 }
 
-}  // namespace standin
+} // namespace standin

@@ -12,17 +12,50 @@ namespace {
 
 // Words that end an expression or a select item: never read as an alias.
 const std::set<std::string> kReserved = {
-    "ADD",      "ALL",       "ALTER",    "AND",       "ANY",      "AS",        "ASC",      "BACKUP",
-    "BEGIN",    "BETWEEN",   "BREAK",    "BY",        "CASE",     "CHECK",     "CLUSTERED", "COLLATE",
-    "COMMIT",   "CONSTRAINT", "CONTINUE", "CREATE",   "CROSS",    "CURRENT_TIMESTAMP", "DECLARE", "DEFAULT",
-    "DELETE",   "DENY",      "DESC",     "DISTINCT",  "DROP",     "ELSE",      "END",      "ESCAPE",
-    "EXCEPT",   "EXEC",      "EXECUTE",  "EXISTS",    "FOR",      "FOREIGN",   "FROM",     "FULL",
-    "GO",       "GOTO",      "GRANT",    "GROUP",     "HAVING",   "IF",        "IN",       "INNER",
-    "INSERT",   "INTERSECT", "INTO",     "IS",        "JOIN",     "KEY",       "LEFT",     "LIKE",
-    "NOT",      "NULL",      "ON",       "OPTION",    "OR",       "ORDER",     "OUTER",    "PRIMARY",
-    "PRINT",    "RAISERROR", "REFERENCES", "RESTORE", "RETURN",   "REVOKE",    "RIGHT",    "ROLLBACK",
-    "SELECT",   "SET",       "TABLE",    "THEN",      "TO",       "TOP",       "TRUNCATE", "UNION",
-    "UNIQUE",   "UPDATE",    "USE",      "VALUES",    "WHEN",     "WHERE",     "WHILE",    "WITH",
+    "ADD",        "ALL",
+    "ALTER",      "AND",
+    "ANY",        "AS",
+    "ASC",        "BACKUP",
+    "BEGIN",      "BETWEEN",
+    "BREAK",      "BY",
+    "CASE",       "CHECK",
+    "CLUSTERED",  "COLLATE",
+    "COMMIT",     "CONSTRAINT",
+    "CONTINUE",   "CREATE",
+    "CROSS",      "CURRENT_TIMESTAMP",
+    "DECLARE",    "DEFAULT",
+    "DELETE",     "DENY",
+    "DESC",       "DISTINCT",
+    "DROP",       "ELSE",
+    "END",        "ESCAPE",
+    "EXCEPT",     "EXEC",
+    "EXECUTE",    "EXISTS",
+    "FOR",        "FOREIGN",
+    "FROM",       "FULL",
+    "GO",         "GOTO",
+    "GRANT",      "GROUP",
+    "HAVING",     "IF",
+    "IN",         "INNER",
+    "INSERT",     "INTERSECT",
+    "INTO",       "IS",
+    "JOIN",       "KEY",
+    "LEFT",       "LIKE",
+    "NOT",        "NULL",
+    "ON",         "OPTION",
+    "OR",         "ORDER",
+    "OUTER",      "PRIMARY",
+    "PRINT",      "RAISERROR",
+    "REFERENCES", "RESTORE",
+    "RETURN",     "REVOKE",
+    "RIGHT",      "ROLLBACK",
+    "SELECT",     "SET",
+    "TABLE",      "THEN",
+    "TO",         "TOP",
+    "TRUNCATE",   "UNION",
+    "UNIQUE",     "UPDATE",
+    "USE",        "VALUES",
+    "WHEN",       "WHERE",
+    "WHILE",      "WITH",
 };
 
 std::string quoteIdent(const std::string& name)
@@ -49,7 +82,8 @@ std::string quoteString(const std::string& s)
 
 std::string lowerOf(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
 }
 
@@ -73,7 +107,7 @@ int32_t utf8Length(const std::string& s)
 struct Expr {
     std::string sql;
     std::optional<ColumnInfo> type;
-    std::string columnName;   // a plain column reference: its name
+    std::string columnName; // a plain column reference: its name
 };
 
 struct ObjectName {
@@ -206,7 +240,7 @@ private:
         while (peek().op(".")) {
             ++m_pos;
             if (peek().op(".")) {
-                parts.push_back("");   // master..sysdatabases
+                parts.push_back(""); // master..sysdatabases
                 continue;
             }
             parts.push_back(name());
@@ -365,8 +399,8 @@ private:
                 Expr lo = additive();
                 expect("AND");
                 Expr hi = additive();
-                l = {"(" + l.sql + notText + " BETWEEN " + lo.sql + " AND " + hi.sql + ")", makeType(SqlType::Int, 4),
-                     ""};
+                l = {"(" + l.sql + notText + " BETWEEN " + lo.sql + " AND " + hi.sql + ")",
+                     makeType(SqlType::Int, 4), ""};
             } else if (negated) {
                 syntaxError();
             } else if (accept("IS")) {
@@ -391,12 +425,14 @@ private:
                 std::optional<ColumnInfo> type;
                 if (l.type && r.type && isCharacterType(*l.type) && isCharacterType(*r.type)) {
                     const bool nvar = l.type->type == SqlType::NVarChar || r.type->type == SqlType::NVarChar;
-                    int32_t len = (l.type->maxLength < 0 || r.type->maxLength < 0)
-                                      ? -1
-                                      : std::min<int32_t>(l.type->maxLength + r.type->maxLength, nvar ? 4000 : 8000);
+                    int32_t len =
+                        (l.type->maxLength < 0 || r.type->maxLength < 0)
+                            ? -1
+                            : std::min<int32_t>(l.type->maxLength + r.type->maxLength, nvar ? 4000 : 8000);
                     type = makeType(nvar ? SqlType::NVarChar : SqlType::VarChar, len);
                 } else if (l.type && r.type && !isCharacterType(*l.type) && !isCharacterType(*r.type)) {
-                    type = (l.type->type == SqlType::Float || r.type->type == SqlType::Float) ? makeType(SqlType::Float, 8)
+                    type = (l.type->type == SqlType::Float || r.type->type == SqlType::Float)
+                               ? makeType(SqlType::Float, 8)
                            : (l.type->type == SqlType::BigInt || r.type->type == SqlType::BigInt)
                                ? makeType(SqlType::BigInt, 8)
                                : makeType(SqlType::Int, 4);
@@ -499,7 +535,8 @@ private:
                 inner += expr().sql;
             }
             expectOp(")");
-            return {"count(" + inner + ")", f == "COUNT" ? makeType(SqlType::Int, 4) : makeType(SqlType::BigInt, 8), ""};
+            return {"count(" + inner + ")",
+                    f == "COUNT" ? makeType(SqlType::Int, 4) : makeType(SqlType::BigInt, 8), ""};
         }
         if (f == "DATEADD" || f == "DATEDIFF" || f == "DATEPART" || f == "DATENAME") {
             expectOp("(");
@@ -526,7 +563,8 @@ private:
         if (f == "NEWID")
             return {"lf_newid()", makeType(SqlType::UniqueIdentifier, 16), ""};
         if (f == "GETDATE" || f == "SYSDATETIME" || f == "GETUTCDATE")
-            return {f == "GETUTCDATE" ? "lf_getutcdate()" : "lf_getdate()", makeType(SqlType::DateTime, 8), ""};
+            return {f == "GETUTCDATE" ? "lf_getutcdate()" : "lf_getdate()", makeType(SqlType::DateTime, 8),
+                    ""};
         if (f == "LEN")
             return {"lf_len(" + list + ")", makeType(SqlType::Int, 4), ""};
         if (f == "DATALENGTH")
@@ -535,7 +573,8 @@ private:
             return {"substr(" + list + ")", firstType(), ""};
         if (f == "UPPER" || f == "LOWER" || f == "LTRIM" || f == "RTRIM" || f == "REPLACE" || f == "LEFT" ||
             f == "RIGHT" || f == "REVERSE")
-            return {(f == "LEFT" || f == "RIGHT" || f == "REVERSE" ? "lf_" : "") + lowerOf(f) + "(" + list + ")",
+            return {(f == "LEFT" || f == "RIGHT" || f == "REVERSE" ? "lf_" : "") + lowerOf(f) + "(" + list +
+                        ")",
                     firstType(), ""};
         if (f == "CHARINDEX")
             return {"lf_charindex(" + list + ")", makeType(SqlType::Int, 4), ""};
@@ -543,15 +582,19 @@ private:
             return {"lf_global('IDENTITY')", makeType(SqlType::BigInt, 8), ""};
         if (f == "SERVERPROPERTY")
             return {"lf_serverproperty(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
-        if (f == "HOST_NAME" || f == "SUSER_SNAME" || f == "SUSER_NAME" || f == "USER_NAME" || f == "DB_NAME" ||
-            f == "APP_NAME")
+        if (f == "HOST_NAME" || f == "SUSER_SNAME" || f == "SUSER_NAME" || f == "USER_NAME" ||
+            f == "DB_NAME" || f == "APP_NAME")
             return {"lf_" + lowerOf(f) + "(" + list + ")", makeType(SqlType::NVarChar, 128), ""};
-        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" || f == "OBJECT_ID")
-            return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")", makeType(SqlType::Int, 4), ""};
+        if (f == "DB_ID" || f == "HAS_DBACCESS" || f == "IS_SRVROLEMEMBER" || f == "IS_MEMBER" ||
+            f == "OBJECT_ID" || f == "OBJECTPROPERTY" || f == "HAS_PERMS_BY_NAME")
+            return {(f == "DB_ID" ? "db_id" : "lf_" + lowerOf(f)) + "(" + list + ")",
+                    makeType(SqlType::Int, 4), ""};
         if (f == "ABS" || f == "ROUND" || f == "FLOOR" || f == "CEILING" || f == "SIGN")
-            return {(f == "FLOOR" || f == "CEILING" ? "lf_" : "") + lowerOf(f) + "(" + list + ")", firstType(), ""};
+            return {(f == "FLOOR" || f == "CEILING" ? "lf_" : "") + lowerOf(f) + "(" + list + ")",
+                    firstType(), ""};
         if (f == "YEAR" || f == "MONTH" || f == "DAY")
-            return {"lf_datepart(" + quoteString(lowerOf(f)) + ", " + list + ")", makeType(SqlType::Int, 4), ""};
+            return {"lf_datepart(" + quoteString(lowerOf(f)) + ", " + list + ")", makeType(SqlType::Int, 4),
+                    ""};
         if (f == "MAX" || f == "MIN")
             return {lowerOf(f) + "(" + list + ")", firstType(), ""};
         if (f == "SUM" || f == "AVG")
@@ -659,11 +702,16 @@ private:
     Expr globalVariable(const Token& t)
     {
         static const std::map<std::string, ColumnInfo> kGlobals = {
-            {"@@VERSION", makeType(SqlType::NVarChar, 300)},   {"@@SERVERNAME", makeType(SqlType::NVarChar, 128)},
-            {"@@SERVICENAME", makeType(SqlType::NVarChar, 128)}, {"@@SPID", makeType(SqlType::SmallInt, 2)},
-            {"@@ROWCOUNT", makeType(SqlType::Int, 4)},         {"@@IDENTITY", makeType(SqlType::BigInt, 8)},
-            {"@@ERROR", makeType(SqlType::Int, 4)},            {"@@TRANCOUNT", makeType(SqlType::Int, 4)},
-            {"@@LANGUAGE", makeType(SqlType::NVarChar, 128)},  {"@@MICROSOFTVERSION", makeType(SqlType::Int, 4)},
+            {"@@VERSION", makeType(SqlType::NVarChar, 300)},
+            {"@@SERVERNAME", makeType(SqlType::NVarChar, 128)},
+            {"@@SERVICENAME", makeType(SqlType::NVarChar, 128)},
+            {"@@SPID", makeType(SqlType::SmallInt, 2)},
+            {"@@ROWCOUNT", makeType(SqlType::Int, 4)},
+            {"@@IDENTITY", makeType(SqlType::BigInt, 8)},
+            {"@@ERROR", makeType(SqlType::Int, 4)},
+            {"@@TRANCOUNT", makeType(SqlType::Int, 4)},
+            {"@@LANGUAGE", makeType(SqlType::NVarChar, 128)},
+            {"@@MICROSOFTVERSION", makeType(SqlType::Int, 4)},
             {"@@FETCH_STATUS", makeType(SqlType::Int, 4)},
         };
         auto it = kGlobals.find(t.upper);
@@ -784,7 +832,7 @@ private:
             bool aliased = false;
             if ((peek().isName() || peek().kind == TokenKind::String) && peek(1).op("=") &&
                 !kReserved.count(peek().upper)) {
-                alias = next().text;   // T-SQL's "alias = expression"
+                alias = next().text; // T-SQL's "alias = expression"
                 ++m_pos;
                 aliased = true;
             }
@@ -887,7 +935,7 @@ private:
             alias = name();
         else if (peek().isName() && !kReserved.count(peek().upper) && !peek().is("NOLOCK"))
             alias = name();
-        if (accept("WITH")) {   // table hints (NOLOCK...) mean nothing to SQLite
+        if (accept("WITH")) { // table hints (NOLOCK...) mean nothing to SQLite
             expectOp("(");
             while (!peek().op(")") && !atEnd())
                 ++m_pos;
@@ -1012,10 +1060,11 @@ private:
         } else if (kw == "RETURN") {
             ++m_pos;
             Stmt& s = emit(StmtKind::Return, line);
-            if (!atEnd() && !peek().op(";") && !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper)))
+            if (!atEnd() && !peek().op(";") &&
+                !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper)))
                 s.args.push_back({"", expr().sql});
-        } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" ||
-                   kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" ||
+        } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" ||
+                   kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" ||
                    kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" || kw == "SHUTDOWN" ||
                    kw == "KILL" || kw == "WITH") {
             throw unsupported("the " + kw + " statement");
@@ -1158,6 +1207,73 @@ private:
         return cols;
     }
 
+    struct ColumnDef {
+        std::string column;
+        std::string type;        // as SQLite is to declare it
+        std::string constraints; // NOT NULL, DEFAULT, UNIQUE, CHECK, REFERENCES
+        bool identity = false;
+        int64_t seed = 1;
+        bool primaryKey = false;
+    };
+
+    // One column of CREATE TABLE or ALTER TABLE ... ADD.
+    ColumnDef columnDefinition()
+    {
+        ColumnDef c;
+        c.column = name();
+        ColumnInfo info;
+        c.type = typeSpec(info);
+        // SQLite's type names take numbers only: (max) is kept as (-1), which reads back as (max).
+        if (auto m = c.type.find("(max)"); m != std::string::npos)
+            c.type.replace(m, 5, "(-1)");
+        if (isCharacterType(info))
+            c.type += " COLLATE NOCASE";
+        for (;;) {
+            if (accept("CONSTRAINT")) {
+                name();
+                continue;
+            }
+            if (accept("NOT")) {
+                expect("NULL");
+                c.constraints += " NOT NULL";
+            } else if (accept("NULL")) {
+            } else if (accept("IDENTITY")) {
+                c.identity = true;
+                if (acceptOp("(")) {
+                    const bool negative = acceptOp("-");
+                    c.seed = std::stoll(next().text) * (negative ? -1 : 1);
+                    expectOp(",");
+                    acceptOp("-");
+                    next();
+                    expectOp(")");
+                }
+            } else if (accept("PRIMARY")) {
+                expect("KEY");
+                skipClusterWords();
+                c.primaryKey = true;
+            } else if (accept("UNIQUE")) {
+                skipClusterWords();
+                c.constraints += " UNIQUE";
+            } else if (accept("DEFAULT")) {
+                c.constraints += " DEFAULT (" + unary().sql + ")";
+            } else if (accept("REFERENCES")) {
+                ObjectName ref = objectName();
+                c.constraints += " REFERENCES " + quoteIdent(ref.name);
+                if (peek().op("("))
+                    c.constraints += " (" + columnList() + ")";
+            } else if (accept("CHECK")) {
+                expectOp("(");
+                c.constraints += " CHECK (" + expr().sql + ")";
+                expectOp(")");
+            } else if (accept("COLLATE")) {
+                name();
+            } else if (accept("ROWGUIDCOL") || accept("SPARSE")) {
+            } else {
+                return c;
+            }
+        }
+    }
+
     void createTable(int line)
     {
         ObjectName n = objectName();
@@ -1168,8 +1284,8 @@ private:
         int64_t identitySeed = 1;
         std::string primaryKeyConstraint;
         do {
-            if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE") || peek().is("FOREIGN") ||
-                peek().is("CHECK")) {
+            if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE") ||
+                peek().is("FOREIGN") || peek().is("CHECK")) {
                 std::string constraint;
                 if (accept("CONSTRAINT"))
                     constraint = "CONSTRAINT " + quoteIdent(name()) + " ";
@@ -1188,7 +1304,8 @@ private:
                     expect("REFERENCES");
                     ObjectName ref = objectName();
                     std::string refCols = peek().op("(") ? " (" + columnList() + ")" : "";
-                    defs.push_back(constraint + "FOREIGN KEY (" + cols + ") REFERENCES " + quoteIdent(ref.name) + refCols);
+                    defs.push_back(constraint + "FOREIGN KEY (" + cols + ") REFERENCES " +
+                                   quoteIdent(ref.name) + refCols);
                 } else {
                     expect("CHECK");
                     expectOp("(");
@@ -1197,73 +1314,23 @@ private:
                 }
                 continue;
             }
-            const std::string column = name();
-            ColumnInfo info;
-            std::string type = typeSpec(info);
-            std::string def = quoteIdent(column) + " ";
-            std::string constraints;
-            bool identity = false;
-            for (;;) {
-                if (accept("CONSTRAINT")) {
-                    name();
-                    continue;
-                }
-                if (accept("NOT")) {
-                    expect("NULL");
-                    constraints += " NOT NULL";
-                } else if (accept("NULL")) {
-                } else if (accept("IDENTITY")) {
-                    identity = true;
-                    if (acceptOp("(")) {
-                        const bool negative = acceptOp("-");
-                        identitySeed = std::stoll(next().text) * (negative ? -1 : 1);
-                        expectOp(",");
-                        acceptOp("-");
-                        next();
-                        expectOp(")");
-                    }
-                } else if (accept("PRIMARY")) {
-                    expect("KEY");
-                    skipClusterWords();
-                    primaryKeyConstraint = quoteIdent(column);
-                } else if (accept("UNIQUE")) {
-                    skipClusterWords();
-                    constraints += " UNIQUE";
-                } else if (accept("DEFAULT")) {
-                    constraints += " DEFAULT (" + unary().sql + ")";
-                } else if (accept("REFERENCES")) {
-                    ObjectName ref = objectName();
-                    constraints += " REFERENCES " + quoteIdent(ref.name);
-                    if (peek().op("("))
-                        constraints += " (" + columnList() + ")";
-                } else if (accept("CHECK")) {
-                    expectOp("(");
-                    constraints += " CHECK (" + expr().sql + ")";
-                    expectOp(")");
-                } else if (accept("COLLATE")) {
-                    name();
-                } else if (accept("ROWGUIDCOL") || accept("SPARSE")) {
-                } else {
-                    break;
-                }
-            }
-            if (identity) {
+            ColumnDef c = columnDefinition();
+            if (c.primaryKey)
+                primaryKeyConstraint = quoteIdent(c.column);
+            std::string def = quoteIdent(c.column) + " ";
+            if (c.identity) {
                 if (!identityColumn.empty())
-                    throw SqlError(2744, 16, "Multiple identity columns specified for table '" + n.name +
-                                                 "'. Only one identity column per table is allowed.");
-                identityColumn = quoteIdent(column);
+                    throw SqlError(2744, 16,
+                                   "Multiple identity columns specified for table '" + n.name +
+                                       "'. Only one identity column per table is allowed.");
+                identityColumn = quoteIdent(c.column);
+                identitySeed = c.seed;
                 // SQLite numbers rows itself only through an INTEGER PRIMARY KEY column.
                 def += "INTEGER PRIMARY KEY AUTOINCREMENT";
             } else {
-                // SQLite's type names take numbers only: (max) is kept as (-1), which reads back
-                // as (max).
-                if (auto m = type.find("(max)"); m != std::string::npos)
-                    type.replace(m, 5, "(-1)");
-                def += type;
-                if (isCharacterType(info))
-                    def += " COLLATE NOCASE";
+                def += c.type;
             }
-            defs.push_back(def + constraints);
+            defs.push_back(def + c.constraints);
         } while (acceptOp(","));
         expectOp(")");
         if (accept("ON"))
@@ -1285,8 +1352,8 @@ private:
         s.sql.push_back("CREATE TABLE " + table + " (" + body + ")");
         if (!identityColumn.empty() && identitySeed != 1) {
             const std::string schema = temp ? "temp" : n.database.empty() ? "main" : quoteIdent(schemaFor(n));
-            s.sql.push_back("INSERT INTO " + schema + ".sqlite_sequence (name, seq) VALUES (" + quoteString(n.name) +
-                            ", " + std::to_string(identitySeed - 1) + ")");
+            s.sql.push_back("INSERT INTO " + schema + ".sqlite_sequence (name, seq) VALUES (" +
+                            quoteString(n.name) + ", " + std::to_string(identitySeed - 1) + ")");
         }
     }
 
@@ -1294,7 +1361,7 @@ private:
     {
         if (peek().isName() && !peek(1).op("(") && peek().kind == TokenKind::Identifier &&
             !(peek().upper == "NULL"))
-            return quoteString(next().text);   // ON, OFF, SIMPLE...: a word stands for itself
+            return quoteString(next().text); // ON, OFF, SIMPLE...: a word stands for itself
         return expr().sql;
     }
 
@@ -1334,7 +1401,8 @@ private:
         expect("CREATE");
         if (accept("TABLE")) {
             createTable(line);
-        } else if (peek().is("UNIQUE") || peek().is("INDEX") || peek().is("CLUSTERED") || peek().is("NONCLUSTERED")) {
+        } else if (peek().is("UNIQUE") || peek().is("INDEX") || peek().is("CLUSTERED") ||
+                   peek().is("NONCLUSTERED")) {
             const bool unique = accept("UNIQUE");
             skipClusterWords();
             expect("INDEX");
@@ -1343,11 +1411,12 @@ private:
             ObjectName table = objectName();
             std::string cols = columnList();
             Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC8;
             std::string schema = table.database.empty() ? "" : quoteIdent(schemaFor(table)) + ".";
-            s.sql.push_back(std::string("CREATE ") + (unique ? "UNIQUE " : "") + "INDEX " + schema + quoteIdent(index) +
-                            " ON " + quoteIdent(table.name) + " (" + cols + ")");
+            s.sql.push_back(std::string("CREATE ") + (unique ? "UNIQUE " : "") + "INDEX " + schema +
+                            quoteIdent(index) + " ON " + quoteIdent(table.name) + " (" + cols + ")");
             if (accept("WITH"))
-                syntaxError();
+                skipIndexOptions();
             if (accept("ON"))
                 name();
         } else if (accept("DATABASE")) {
@@ -1416,6 +1485,7 @@ private:
                 ifExists = true;
             }
             Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC7;
             do {
                 ObjectName n = objectName();
                 const std::string table =
@@ -1429,7 +1499,9 @@ private:
             ObjectName n = objectName();
             if (accept("ON"))
                 objectName();
-            emit(StmtKind::Query, line).sql.push_back("DROP INDEX " + quoteIdent(n.name));
+            Stmt& s = emit(StmtKind::Query, line);
+            s.curCmd = 0xC9;
+            s.sql.push_back("DROP INDEX " + quoteIdent(n.name));
         } else if (accept("PROC") || accept("PROCEDURE")) {
             Stmt& s = emit(StmtKind::DropProcedure, line);
             if (accept("IF")) {
@@ -1484,11 +1556,77 @@ private:
         m_pos = m_t.size() - 1;
     }
 
+    // ALTER TABLE as generated scripts use it: new columns, primary keys and unique
+    // constraints added after CREATE TABLE (as unique indexes), dropped columns.
+    void alterTable(int line)
+    {
+        ObjectName n = objectName();
+        const std::string table = plainTable(n);
+        const std::string schema = n.database.empty() ? "" : quoteIdent(schemaFor(n)) + ".";
+        if (accept("WITH")) {
+            if (!accept("CHECK") && !accept("NOCHECK"))
+                syntaxError();
+        }
+        Stmt& s = emit(StmtKind::Query, line);
+        if (accept("ADD")) {
+            do {
+                if (peek().is("CONSTRAINT") || peek().is("PRIMARY") || peek().is("UNIQUE")) {
+                    std::string constraint = "UQ_" + n.name + "_" + std::to_string(s.sql.size());
+                    if (accept("CONSTRAINT"))
+                        constraint = name();
+                    if (accept("PRIMARY"))
+                        expect("KEY");
+                    else if (!accept("UNIQUE"))
+                        throw unsupported("ALTER TABLE ... ADD CONSTRAINT other than PRIMARY KEY or UNIQUE");
+                    skipClusterWords();
+                    const std::string cols = columnList();
+                    if (accept("WITH"))
+                        skipIndexOptions();
+                    if (accept("ON"))
+                        name();
+                    s.sql.push_back("CREATE UNIQUE INDEX " + schema + quoteIdent(constraint) + " ON " +
+                                    quoteIdent(n.name) + " (" + cols + ")");
+                } else {
+                    ColumnDef c = columnDefinition();
+                    if (c.identity || c.primaryKey)
+                        throw unsupported("adding an IDENTITY or PRIMARY KEY column with ALTER TABLE");
+                    s.sql.push_back("ALTER TABLE " + table + " ADD COLUMN " + quoteIdent(c.column) + " " +
+                                    c.type + c.constraints);
+                }
+            } while (acceptOp(","));
+        } else if (accept("DROP")) {
+            if (!accept("COLUMN"))
+                throw unsupported("ALTER TABLE ... DROP other than COLUMN");
+            do {
+                s.sql.push_back("ALTER TABLE " + table + " DROP COLUMN " + quoteIdent(name()));
+            } while (acceptOp(","));
+        } else {
+            throw unsupported("ALTER TABLE " + peek().text);
+        }
+    }
+
+    void skipIndexOptions()
+    {
+        if (acceptOp("(")) {
+            while (!peek().op(")") && !atEnd())
+                ++m_pos;
+            expectOp(")");
+            return;
+        }
+        do { // WITH FILLFACTOR = 90, PAD_INDEX
+            name();
+            if (acceptOp("="))
+                next();
+        } while (acceptOp(","));
+    }
+
     void alterStatement(int line)
     {
         expect("ALTER");
         if (accept("PROC") || accept("PROCEDURE")) {
             procedureDefinition(line, true);
+        } else if (accept("TABLE")) {
+            alterTable(line);
         } else if (accept("DATABASE")) {
             std::string db = name();
             if (accept("MODIFY")) {
@@ -1499,8 +1637,9 @@ private:
             } else if (accept("SET")) {
                 Stmt& s = emit(StmtKind::AlterDatabaseSet, line);
                 s.name = db;
-                while (!atEnd() && !peek().op(";") && !(peek().kind == TokenKind::Identifier &&
-                                                        kReserved.count(peek().upper) && !peek().is("WITH"))) {
+                while (!atEnd() && !peek().op(";") &&
+                       !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper) &&
+                         !peek().is("WITH"))) {
                     s.targets.push_back(next().upper);
                 }
             } else {
@@ -1648,7 +1787,7 @@ private:
                     a.isDefault = true;
                 } else if (peek().kind == TokenKind::Identifier && !peek(1).op("(") && !peek(1).op(".") &&
                            !kReserved.count(peek().upper)) {
-                    a.expr = quoteString(next().text);   // EXEC sp_x name: a bare word is a string
+                    a.expr = quoteString(next().text); // EXEC sp_x name: a bare word is a string
                 } else {
                     Expr e = unary();
                     a.expr = e.sql;
@@ -1712,10 +1851,17 @@ private:
     {
         Stmt& s = emit(StmtKind::Permission, line);
         s.name = next().upper;
+        // Permission names are words such as SELECT and EXECUTE, keywords elsewhere.
+        auto word = [&]() {
+            if (peek().kind != TokenKind::Identifier)
+                syntaxError();
+            return next().text;
+        };
         do {
-            std::string perm = name();
-            while (peek().isName() && !peek().is("ON") && !peek().is("TO") && !peek().is("FROM"))
-                perm += " " + name();
+            std::string perm = word();
+            while (peek().kind == TokenKind::Identifier && !peek().is("ON") && !peek().is("TO") &&
+                   !peek().is("FROM"))
+                perm += " " + word();
             std::transform(perm.begin(), perm.end(), perm.begin(), ::toupper);
             s.targets.push_back(perm);
         } while (acceptOp(","));
@@ -1739,9 +1885,10 @@ private:
     }
 };
 
-}  // namespace
+} // namespace
 
-std::vector<Stmt> translateBatch(const std::string& sql, const std::map<std::string, ColumnInfo>& variableTypes)
+std::vector<Stmt> translateBatch(const std::string& sql,
+                                 const std::map<std::string, ColumnInfo>& variableTypes)
 {
     Parser p(sql, variableTypes);
     return p.parseBatch();
@@ -1756,4 +1903,4 @@ std::vector<ParameterDefinition> parseParameterDefinitions(const std::string& te
     return defs;
 }
 
-}  // namespace standin
+} // namespace standin
