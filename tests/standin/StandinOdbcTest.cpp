@@ -309,6 +309,42 @@ TEST_F(StandinOdbcTest, UnknownProcedureGivesError2812)
     }
 }
 
+TEST_F(StandinOdbcTest, ManualCommitModeRollsBackAndCommits)
+{
+    OdbcConnection c(sa());
+    {
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Ledger");
+        s.execute("CREATE TABLE Ledger.dbo.entries (id int)");
+    }
+    // With autocommit off the driver begins, commits and rolls back through transaction-manager
+    // requests rather than T-SQL.
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0)))
+        << OdbcError("autocommit off", odbcDiagnostics(SQL_HANDLE_DBC, c.handle())).what();
+    {
+        OdbcStatement s(c);
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (1)");
+        EXPECT_EQ(firstColumn(s.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"1"});
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_ROLLBACK)));
+    {
+        OdbcStatement s(c);
+        EXPECT_EQ(firstColumn(s.query("SELECT COUNT(*) FROM Ledger.dbo.entries")),
+                  std::vector<std::string>{"0"});
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (2)");
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_COMMIT)));
+    OdbcConnection other(sa("Ledger"));
+    OdbcStatement s(other);
+    EXPECT_EQ(firstColumn(s.query("SELECT id FROM entries")), std::vector<std::string>{"2"});
+
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0)));
+    OdbcStatement after(c);
+    EXPECT_EQ(firstColumn(after.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"0"});
+}
+
 TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds)
 {
     OdbcConnection c(sa());

@@ -1,5 +1,6 @@
 #include "TdsRequest.h"
 #include "TdsVersion.h"
+#include "TransactionRequest.h"
 
 #include <gtest/gtest.h>
 
@@ -100,4 +101,23 @@ TEST(TdsRequest, UnknownProcedureIdIsAProtocolError)
     w.u16(99);
     w.u16(0);
     EXPECT_THROW(parseRpc(w.bytes(), kTds74), ProtocolError);
+}
+
+TEST(TdsRequest, TransactionManagerCommitThatBeginsAnother)
+{
+    ByteWriter w;
+    allHeaders(w);
+    w.u16(7); // commit
+    w.u8(0);  // no name
+    w.u8(1);  // begin another
+    w.u8(0);
+    w.u8(0);
+    const TransactionRequest r = parseTransactionRequest(w.bytes());
+    EXPECT_EQ(r.kind, TransactionRequest::Commit);
+    EXPECT_TRUE(r.beginAnother);
+
+    ByteWriter truncated;
+    allHeaders(truncated);
+    truncated.u16(7);
+    EXPECT_THROW(parseTransactionRequest(truncated.bytes()), ProtocolError);
 }

@@ -2,11 +2,13 @@
 
 #include "Login7.h"
 #include "PreLogin.h"
+#include "CapturingSink.h"
 #include "ResponseStream.h"
 #include "TdsRequest.h"
 #include "TdsResultSink.h"
 #include "TdsTypes.h"
 #include "TokenWriter.h"
+#include "TransactionRequest.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -136,8 +138,10 @@ void TdsConnection::run()
                 handleRpc(message);
                 break;
             case TransactionManager:
+                handleTransaction(message);
+                break;
             case BulkLoad:
-                handleUnsupported(message);
+                refuseBulkLoad();
                 break;
             default:
                 throw ProtocolError("a second login on a logged-in connection");
@@ -289,12 +293,79 @@ void TdsConnection::handleRpc(const Message& message)
     endResponse(stream);
 }
 
-void TdsConnection::handleUnsupported(const Message& message)
+bool TdsConnection::runQuietly(const std::string& sql, TokenWriter& tokens)
+{
+    CapturingSink sink;
+    m_session->executeBatch(sql, sink);
+    for (const ServerMessage& m : sink.messages)
+        tokens.message(m);
+    return !sink.failed;
+}
+
+int64_t TdsConnection::transactionCount()
+{
+    CapturingSink sink;
+    m_session->executeBatch("SELECT @@TRANCOUNT", sink);
+    if (sink.rows.empty() || sink.rows[0].empty())
+        return 0;
+    const auto* n = std::get_if<int64_t>(&sink.rows[0][0]);
+    return n ? *n : 0;
+}
+
+void TdsConnection::handleTransaction(const Message& message)
+{
+    const TransactionRequest request = parseTransactionRequest(message.payload);
+    TokenWriter tokens(m_tdsVersion, m_serverName);
+    ResponseStream stream(tokens, m_writer);
+    auto begin = [&] {
+        if (!runQuietly("BEGIN TRANSACTION", tokens))
+            return false;
+        // The client quotes this descriptor in later requests; any unique value will do.
+        ByteWriter descriptor;
+        descriptor.u64(++m_transactionCounter);
+        m_transaction = descriptor.bytes();
+        tokens.envChangeTransaction(EnvBeginTransaction, m_transaction, {});
+        return true;
+    };
+    bool ok = true;
+    switch (request.kind) {
+    case TransactionRequest::Begin:
+        ok = begin();
+        break;
+    case TransactionRequest::Commit:
+    case TransactionRequest::Rollback: {
+        const bool commit = request.kind == TransactionRequest::Commit;
+        // The driver ends a transaction on every SQLEndTran, whether or not one is open (a
+        // failed statement may have rolled it back already).
+        if (transactionCount() > 0) {
+            ok = runQuietly(commit ? "COMMIT TRANSACTION" : "ROLLBACK TRANSACTION", tokens);
+            if (ok)
+                tokens.envChangeTransaction(commit ? EnvCommitTransaction : EnvRollbackTransaction, {},
+                                            m_transaction);
+        }
+        m_transaction.clear();
+        if (ok && request.beginAnother)
+            ok = begin();
+        break;
+    }
+    case TransactionRequest::Save:
+        ok = runQuietly("SAVE TRANSACTION [" + request.name + "]", tokens);
+        break;
+    default:
+        tokens.message(
+            makeMessage(8525, 1, 16, "The stand-in does not take part in distributed transactions."));
+        ok = false;
+        break;
+    }
+    tokens.done(Done, ok ? DoneFinal : DoneError, 0, 0);
+    endResponse(stream);
+}
+
+void TdsConnection::refuseBulkLoad()
 {
     TokenWriter tokens(m_tdsVersion, m_serverName);
     ResponseStream stream(tokens, m_writer);
-    const std::string what = message.type == BulkLoad ? "bulk load" : "transaction manager requests";
-    tokens.message(makeMessage(40000, 1, 16, "The stand-in does not support " + what + "."));
+    tokens.message(makeMessage(40000, 1, 16, "The stand-in does not support bulk load."));
     tokens.done(Done, DoneError, 0, 0);
     endResponse(stream);
 }

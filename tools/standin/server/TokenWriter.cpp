@@ -63,6 +63,20 @@ void TokenWriter::envChangeCollation()
     m_out.raw(body.bytes());
 }
 
+void TokenWriter::envChangeTransaction(EnvChangeType type, const Bytes& newDescriptor,
+                                       const Bytes& oldDescriptor)
+{
+    ByteWriter body;
+    body.u8(type);
+    body.u8(static_cast<uint8_t>(newDescriptor.size()));
+    body.raw(newDescriptor);
+    body.u8(static_cast<uint8_t>(oldDescriptor.size()));
+    body.raw(oldDescriptor);
+    m_out.u8(EnvChange);
+    m_out.u16(static_cast<uint16_t>(body.size()));
+    m_out.raw(body.bytes());
+}
+
 void TokenWriter::message(const ServerMessage& message)
 {
     ByteWriter body;
