@@ -4,6 +4,7 @@
 #include "TdsTypes.h"
 #include "TdsVersion.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace standin::tds {
@@ -18,6 +19,7 @@ enum Token : uint8_t {
     LoginAck = 0xAD,
     EnvChange = 0xE3,
     Row = 0xD1,
+    NbcRow = 0xD2,
 };
 constexpr uint8_t kInterfaceSqlTsql = 1;
 constexpr uint16_t kFlagNullable = 0x0001;
@@ -120,9 +122,24 @@ void TokenWriter::row(const std::vector<Value>& values)
                                std::to_string(m_columns.size()) + " columns");
     // Encode aside first: a value that cannot be converted must not leave half a row behind.
     ByteWriter row;
-    row.u8(Row);
-    for (size_t i = 0; i < values.size(); ++i)
-        writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    const auto isNull = [](const Value& v) { return std::holds_alternative<std::monostate>(v); };
+    // From TDS 7.3B a row with NULLs may send a bitmap of them and leave them out, as SQL
+    // Server does.
+    if (m_tdsVersion >= kTds73B && std::any_of(values.begin(), values.end(), isNull)) {
+        row.u8(NbcRow);
+        Bytes bitmap((values.size() + 7) / 8, 0);
+        for (size_t i = 0; i < values.size(); ++i)
+            if (isNull(values[i]))
+                bitmap[i / 8] |= static_cast<uint8_t>(1u << (i % 8));
+        row.raw(bitmap);
+        for (size_t i = 0; i < values.size(); ++i)
+            if (!isNull(values[i]))
+                writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    } else {
+        row.u8(Row);
+        for (size_t i = 0; i < values.size(); ++i)
+            writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    }
     m_out.raw(row.bytes());
 }
 
