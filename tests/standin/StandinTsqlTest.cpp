@@ -136,7 +136,7 @@ TEST(StandinTsql, BadPasswordShowsLoginFailed)
 TEST(StandinTsql, BackupProgressIsPrintedWhileTheBackupRuns)
 {
     StandinServer::Options o;
-    o.progressStepMillis = 100;
+    o.progressStepMillis = 200;
     StandinServer server(o);
     const fs::path target = server.scratchFolder() / "master.bak";
     Tsql tsql(connect(server, "sa", StandinServer::saPassword()));
