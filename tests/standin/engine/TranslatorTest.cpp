@@ -231,3 +231,31 @@ TEST_F(TranslatorTest, PrintUseAndRowCounts)
     EXPECT_EQ(dones[1].rowCount, 3u);
     EXPECT_FALSE(dones[2].hasRowCount); // NOCOUNT
 }
+
+TEST_F(TranslatorTest, SessionOptionsThatClientsSendOnConnecting)
+{
+    auto s = sa();
+    ok(*s, "SET TEXTSIZE 2147483647; SET ANSI_NULLS ON; SET QUOTED_IDENTIFIER ON\nSET DATEFORMAT mdy\n"
+           "SET LANGUAGE us_english; SET TRANSACTION ISOLATION LEVEL READ COMMITTED; SET ROWCOUNT 0;"
+           "SET IMPLICIT_TRANSACTIONS OFF; SET XACT_ABORT ON");
+    auto rowcount = run(*s, "SET ROWCOUNT 5");
+    ASSERT_EQ(rowcount.errors().size(), 1u);
+    EXPECT_EQ(rowcount.errors()[0].number, 50000);
+    EXPECT_EQ(rowcount.errors()[0].text,
+              "The SQL Server stand-in does not support SET ROWCOUNT other than 0.");
+}
+
+TEST_F(TranslatorTest, TransactionsCommitAndRollBack)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Tx; USE Tx; CREATE TABLE t (x int)");
+    ok(*s, "BEGIN TRAN; INSERT INTO t VALUES (1); ROLLBACK");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(0));
+    ok(*s, "BEGIN TRANSACTION; INSERT INTO t VALUES (1); SELECT @@TRANCOUNT");
+    ok(*s, "COMMIT TRANSACTION");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(1));
+    EXPECT_EQ(scalar(*s, "SELECT @@TRANCOUNT"), V(0));
+    auto stray = run(*s, "COMMIT");
+    ASSERT_EQ(stray.errors().size(), 1u);
+    EXPECT_EQ(stray.errors()[0].number, 3902);
+}

@@ -197,6 +197,12 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     case StmtKind::SetOption: {
         if (s.name == "NOCOUNT")
             m_noCount = evaluateText(s.args[0].expr) == "ON";
+        // Options that would change results the stand-in does not limit are refused rather
+        // than ignored when they are switched on.
+        if (s.name == "ROWCOUNT" && evaluateText(s.args[0].expr) != "0")
+            throw unsupported("SET ROWCOUNT other than 0");
+        if (s.name == "IMPLICIT_TRANSACTIONS" && evaluateText(s.args[0].expr) == "ON")
+            throw unsupported("SET IMPLICIT_TRANSACTIONS ON");
         // The other session options (ANSI_NULLS, QUOTED_IDENTIFIER, TEXTSIZE, DATEFORMAT...)
         // that clients send on connecting describe behaviour the stand-in already has or
         // does not model; they are accepted without effect.
