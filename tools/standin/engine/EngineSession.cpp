@@ -84,6 +84,7 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         m_instance.leaveDatabase(m_database.id);
     m_db = std::move(conn);
     m_database = db;
+    m_userCache.reset();
     m_attached.clear();
     m_generation = m_instance.generation();
 }
@@ -98,6 +99,7 @@ std::map<std::string, ColumnInfo> EngineSession::variableTypes() const
 
 void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
 {
+    m_userCache.reset();
     std::vector<Stmt> statements;
     try {
         statements = translateBatch(sql, variableTypes());
@@ -167,6 +169,7 @@ void EngineSession::info(ResultSink& sink, int32_t number, const std::string& te
 
 void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
 {
+    checkAccess(s);
     switch (s.kind) {
     case StmtKind::Query:
         runQuery(s, sink);

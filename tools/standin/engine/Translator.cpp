@@ -165,6 +165,7 @@ public:
 private:
     std::string m_sql;
     std::vector<Token> m_t;
+    std::vector<StmtAccess> m_pending; // tables met in the statement being parsed
     size_t m_pos = 0;
     std::vector<Stmt> m_out;
     std::map<std::string, ColumnInfo> m_varTypes;
@@ -285,6 +286,12 @@ private:
         if (n.database.empty())
             return {quoteIdent(n.name), ""};
         return {quoteIdent(schemaFor(n)) + "." + quoteIdent(n.name), ""};
+    }
+
+    void touch(const char* permission, const ObjectName& n)
+    {
+        if (!n.name.empty() && n.name[0] != '#')
+            m_pending.push_back({permission, n.database, n.name});
     }
 
     std::string plainTable(const ObjectName& n)
@@ -926,7 +933,10 @@ private:
             sql = "(" + selectStatement(nullptr) + ")";
             expectOp(")");
         } else {
-            auto [ref, alias] = tableRef(objectName());
+            ObjectName n = objectName();
+            auto [ref, alias] = tableRef(n);
+            if (alias.empty())
+                touch("SELECT", n);
             sql = ref;
             defaultAlias = alias;
         }
@@ -950,6 +960,17 @@ private:
 
     // ---- statements ----------------------------------------------------------------------
     void parseStatement()
+    {
+        const size_t before = m_out.size();
+        parseStatementBody();
+        if (!m_pending.empty() && m_out.size() > before) {
+            auto& access = m_out.back().access;
+            access.insert(access.end(), m_pending.begin(), m_pending.end());
+        }
+        m_pending.clear();
+    }
+
+    void parseStatementBody()
     {
         const Token& t = peek();
         const int line = t.line;
@@ -977,6 +998,7 @@ private:
             ++m_pos;
             expect("TABLE");
             ObjectName n = objectName();
+            touch("ALTER", n);
             Stmt& s = emit(StmtKind::Query, line);
             s.sql.push_back("DELETE FROM " + plainTable(n));
         } else if (kw == "CREATE") {
@@ -1036,7 +1058,10 @@ private:
             ++m_pos;
             Expr cond = expr();
             const size_t ifIndex = m_out.size();
-            emit(StmtKind::IfNot, line).args.push_back({"", cond.sql});
+            Stmt& ifNot = emit(StmtKind::IfNot, line);
+            ifNot.args.push_back({"", cond.sql});
+            ifNot.access = std::move(m_pending);
+            m_pending.clear();
             statementBody();
             if (accept("ELSE")) {
                 const size_t jumpIndex = m_out.size();
@@ -1089,6 +1114,7 @@ private:
             throw unsupported("INSERT TOP");
         accept("INTO");
         ObjectName n = objectName();
+        touch("INSERT", n);
         std::string sql = "INSERT INTO " + plainTable(n);
         if (peek().op("(")) {
             ++m_pos;
@@ -1138,6 +1164,7 @@ private:
         if (peek().is("TOP"))
             throw unsupported("UPDATE TOP");
         ObjectName n = objectName();
+        touch("UPDATE", n);
         if (accept("WITH")) {
             expectOp("(");
             while (!peek().op(")") && !atEnd())
@@ -1174,6 +1201,7 @@ private:
             throw unsupported("DELETE TOP");
         accept("FROM");
         ObjectName n = objectName();
+        touch("DELETE", n);
         std::string sql = "DELETE FROM " + plainTable(n);
         if (peek().is("FROM"))
             throw unsupported("DELETE ... FROM");
@@ -1277,6 +1305,7 @@ private:
     void createTable(int line)
     {
         ObjectName n = objectName();
+        touch("CREATE TABLE", n);
         const bool temp = !n.name.empty() && n.name[0] == '#';
         expectOp("(");
         std::vector<std::string> defs;
@@ -1409,6 +1438,7 @@ private:
             std::string index = name();
             expect("ON");
             ObjectName table = objectName();
+            touch("ALTER", table);
             std::string cols = columnList();
             Stmt& s = emit(StmtKind::Query, line);
             s.curCmd = 0xC8;
@@ -1488,6 +1518,7 @@ private:
             s.curCmd = 0xC7;
             do {
                 ObjectName n = objectName();
+                touch("DROP", n);
                 const std::string table =
                     !n.name.empty() && n.name[0] == '#' ? "temp." + quoteIdent(n.name) : plainTable(n);
                 s.sql.push_back(std::string("DROP TABLE ") + (ifExists ? "IF EXISTS " : "") + table);
@@ -1561,6 +1592,7 @@ private:
     void alterTable(int line)
     {
         ObjectName n = objectName();
+        touch("ALTER", n);
         const std::string table = plainTable(n);
         const std::string schema = n.database.empty() ? "" : quoteIdent(schemaFor(n)) + ".";
         if (accept("WITH")) {
