@@ -226,10 +226,11 @@ TEST_F(TranslatorTest, PrintUseAndRowCounts)
             dones.push_back(e.done);
     }
     EXPECT_TRUE(changed);
-    ASSERT_EQ(dones.size(), 3u); // CREATE TABLE, INSERT, UPDATE
-    EXPECT_TRUE(dones[1].hasRowCount);
-    EXPECT_EQ(dones[1].rowCount, 3u);
-    EXPECT_FALSE(dones[2].hasRowCount); // NOCOUNT
+    ASSERT_EQ(dones.size(), 4u); // USE, CREATE TABLE, INSERT, UPDATE
+    EXPECT_FALSE(dones[0].hasRowCount);
+    EXPECT_TRUE(dones[2].hasRowCount);
+    EXPECT_EQ(dones[2].rowCount, 3u);
+    EXPECT_FALSE(dones[3].hasRowCount); // NOCOUNT
 }
 
 TEST_F(TranslatorTest, SessionOptionsThatClientsSendOnConnecting)
@@ -258,4 +259,14 @@ TEST_F(TranslatorTest, TransactionsCommitAndRollBack)
     auto stray = run(*s, "COMMIT");
     ASSERT_EQ(stray.errors().size(), 1u);
     EXPECT_EQ(stray.errors()[0].number, 3902);
+}
+
+TEST_F(TranslatorTest, EveryBatchEndsWithADone)
+{
+    auto s = sa();
+    auto sink = ok(*s, "DECLARE @x int; SET @x = 1");
+    ASSERT_FALSE(sink.events.empty());
+    EXPECT_EQ(sink.events.back().kind, RecordingSink::Event::Done);
+    auto use = ok(*s, "USE master");
+    EXPECT_EQ(use.events.back().kind, RecordingSink::Event::Done);
 }

@@ -112,7 +112,37 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
         sink.statementDone(d);
         return;
     }
-    runStatements(statements, sink, "");
+    // Every batch ends with at least one DONE, as SQL Server's do, also when it held only
+    // declarations or options.
+    class CountingSink : public ResultSink {
+    public:
+        explicit CountingSink(ResultSink& inner) : m_inner(inner) {}
+        int dones = 0;
+        void columns(const std::vector<ColumnInfo>& c) override { m_inner.columns(c); }
+        void row(const std::vector<Value>& r) override { m_inner.row(r); }
+        void statementDone(const DoneInfo& d) override
+        {
+            ++dones;
+            m_inner.statementDone(d);
+        }
+        void message(const ServerMessage& m) override { m_inner.message(m); }
+        void databaseChanged(const std::string& o, const std::string& n) override
+        {
+            m_inner.databaseChanged(o, n);
+        }
+        void returnStatus(int32_t s) override { m_inner.returnStatus(s); }
+        void returnValue(const std::string& n, const ColumnInfo& t, const Value& v) override
+        {
+            m_inner.returnValue(n, t, v);
+        }
+        bool cancelRequested() override { return m_inner.cancelRequested(); }
+
+    private:
+        ResultSink& m_inner;
+    } counting(sink);
+    runStatements(statements, counting, "");
+    if (counting.dones == 0 && !sink.cancelRequested())
+        sink.statementDone(DoneInfo{});
 }
 
 void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink,
@@ -240,6 +270,7 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     }
     case StmtKind::Use:
         useDatabase(s.name, sink, s.line);
+        done(sink, 0, false, 0);
         return;
     case StmtKind::Exec:
         execStatement(s, sink);
