@@ -270,3 +270,15 @@ TEST_F(TranslatorTest, EveryBatchEndsWithADone)
     auto use = ok(*s, "USE master");
     EXPECT_EQ(use.events.back().kind, RecordingSink::Event::Done);
 }
+
+TEST_F(TranslatorTest, DefaultsThatCallFunctions)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Defaults; USE Defaults\n"
+           "CREATE TABLE ELN_parameters (name nvarchar(255) NOT NULL, data nvarchar(255) DEFAULT "
+           "(CONVERT(nvarchar(255), "
+           "newid())), created datetime NOT NULL DEFAULT (getdate()), n int DEFAULT 5)\n"
+           "INSERT INTO ELN_parameters (name) VALUES (N'database guid')");
+    auto row = ok(*s, "SELECT LEN(data), LEN(CONVERT(nvarchar(30), created)), n FROM ELN_parameters").rows();
+    EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(36), V(23), V(5)}}));
+}
