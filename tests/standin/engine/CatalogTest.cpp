@@ -270,3 +270,47 @@ TEST_F(CatalogTest, PermissionsByName)
                    .rows();
     EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(0), V(1), V(0), V(0), V()}}));
 }
+
+// What the offline database's grants give an ordinary Windows account, and what they do not.
+TEST_F(CatalogTest, TablePermissionsFollowRolesGrantsAndDenies)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE LFOffline9");
+    ok(*s, "USE LFOffline9; CREATE TABLE ELN_people (Username nvarchar(100)); CREATE TABLE secrets (x int);"
+           "INSERT INTO secrets VALUES (1)");
+    // CREATE PROCEDURE takes the rest of its batch as the body.
+    ok(*s, "CREATE PROCEDURE count_secrets @n int OUTPUT AS SELECT @n = COUNT(*) FROM secrets");
+    ok(*s, "EXEC sp_grantlogin 'BUILTIN\\users'");
+    ok(*s, "EXEC sp_grantdbaccess 'BUILTIN\\users', 'LocalUsers'");
+    LoginRequest r;
+    r.userName = "LAB\\erin";
+    r.database = "LFOffline9";
+    r.windowsAuthenticated = true;
+    ServerMessage error;
+    auto erin = m_instance->login(r, error);
+    ASSERT_TRUE(erin) << error.text;
+
+    auto denied = run(*erin, "SELECT COUNT(*) FROM ELN_people");
+    ASSERT_EQ(denied.errors().size(), 1u);
+    EXPECT_EQ(denied.errors()[0].number, 229);
+    EXPECT_EQ(
+        denied.errors()[0].text,
+        "The SELECT permission was denied on the object 'ELN_people', database 'LFOffline9', schema 'dbo'.");
+
+    ok(*s, "EXEC sp_addrolemember 'db_datareader', 'LocalUsers'");
+    ok(*s, "EXEC sp_addrolemember 'db_datawriter', 'LocalUsers'");
+    ok(*erin, "INSERT INTO ELN_people VALUES (N'LAB\\erin')");
+    EXPECT_EQ(scalar(*erin, "SELECT COUNT(*) FROM ELN_people"), V(1));
+    auto create = run(*erin, "CREATE TABLE mine (x int)");
+    ASSERT_EQ(create.errors().size(), 1u);
+    EXPECT_EQ(create.errors()[0].number, 262);
+
+    ok(*s, "DENY SELECT ON secrets TO LocalUsers");
+    EXPECT_EQ(run(*erin, "SELECT * FROM secrets").errors().at(0).number, 229);
+    // A procedure reaches the table with its owner's rights, once its caller may run it.
+    auto noExecute = run(*erin, "DECLARE @n int; EXEC count_secrets @n OUTPUT");
+    ASSERT_EQ(noExecute.errors().size(), 1u);
+    EXPECT_EQ(noExecute.errors()[0].number, 229);
+    ok(*s, "GRANT EXECUTE ON count_secrets TO LocalUsers");
+    EXPECT_EQ(scalar(*erin, "DECLARE @n int; EXEC count_secrets @n OUTPUT; SELECT @n"), V(1));
+}

@@ -226,8 +226,59 @@ TEST_F(TranslatorTest, PrintUseAndRowCounts)
             dones.push_back(e.done);
     }
     EXPECT_TRUE(changed);
-    ASSERT_EQ(dones.size(), 3u); // CREATE TABLE, INSERT, UPDATE
-    EXPECT_TRUE(dones[1].hasRowCount);
-    EXPECT_EQ(dones[1].rowCount, 3u);
-    EXPECT_FALSE(dones[2].hasRowCount); // NOCOUNT
+    ASSERT_EQ(dones.size(), 4u); // USE, CREATE TABLE, INSERT, UPDATE
+    EXPECT_FALSE(dones[0].hasRowCount);
+    EXPECT_TRUE(dones[2].hasRowCount);
+    EXPECT_EQ(dones[2].rowCount, 3u);
+    EXPECT_FALSE(dones[3].hasRowCount); // NOCOUNT
+}
+
+TEST_F(TranslatorTest, SessionOptionsThatClientsSendOnConnecting)
+{
+    auto s = sa();
+    ok(*s, "SET TEXTSIZE 2147483647; SET ANSI_NULLS ON; SET QUOTED_IDENTIFIER ON\nSET DATEFORMAT mdy\n"
+           "SET LANGUAGE us_english; SET TRANSACTION ISOLATION LEVEL READ COMMITTED; SET ROWCOUNT 0;"
+           "SET IMPLICIT_TRANSACTIONS OFF; SET XACT_ABORT ON");
+    auto rowcount = run(*s, "SET ROWCOUNT 5");
+    ASSERT_EQ(rowcount.errors().size(), 1u);
+    EXPECT_EQ(rowcount.errors()[0].number, 50000);
+    EXPECT_EQ(rowcount.errors()[0].text,
+              "The SQL Server stand-in does not support SET ROWCOUNT other than 0.");
+}
+
+TEST_F(TranslatorTest, TransactionsCommitAndRollBack)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Tx; USE Tx; CREATE TABLE t (x int)");
+    ok(*s, "BEGIN TRAN; INSERT INTO t VALUES (1); ROLLBACK");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(0));
+    ok(*s, "BEGIN TRANSACTION; INSERT INTO t VALUES (1); SELECT @@TRANCOUNT");
+    ok(*s, "COMMIT TRANSACTION");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(1));
+    EXPECT_EQ(scalar(*s, "SELECT @@TRANCOUNT"), V(0));
+    auto stray = run(*s, "COMMIT");
+    ASSERT_EQ(stray.errors().size(), 1u);
+    EXPECT_EQ(stray.errors()[0].number, 3902);
+}
+
+TEST_F(TranslatorTest, EveryBatchEndsWithADone)
+{
+    auto s = sa();
+    auto sink = ok(*s, "DECLARE @x int; SET @x = 1");
+    ASSERT_FALSE(sink.events.empty());
+    EXPECT_EQ(sink.events.back().kind, RecordingSink::Event::Done);
+    auto use = ok(*s, "USE master");
+    EXPECT_EQ(use.events.back().kind, RecordingSink::Event::Done);
+}
+
+TEST_F(TranslatorTest, DefaultsThatCallFunctions)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Defaults; USE Defaults\n"
+           "CREATE TABLE ELN_parameters (name nvarchar(255) NOT NULL, data nvarchar(255) DEFAULT "
+           "(CONVERT(nvarchar(255), "
+           "newid())), created datetime NOT NULL DEFAULT (getdate()), n int DEFAULT 5)\n"
+           "INSERT INTO ELN_parameters (name) VALUES (N'database guid')");
+    auto row = ok(*s, "SELECT LEN(data), LEN(CONVERT(nvarchar(30), created)), n FROM ELN_parameters").rows();
+    EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(36), V(23), V(5)}}));
 }

@@ -61,7 +61,9 @@ private:
     std::map<int, std::pair<std::string, std::string>> m_prepared; // sp_prepare handles
     int m_nextHandle = 1;
     int m_depth = 0;
-    std::optional<int64_t> m_returnStatus; // set by RETURN
+    std::optional<int64_t> m_returnStatus;         // set by RETURN
+    int m_ownershipChain = 0;                      // > 0 while a procedure's own statements run
+    std::optional<std::optional<int>> m_userCache; // this batch's database user
 
     // Batches and statements (EngineSession.cpp)
     void openDatabase(const DatabaseRecord& db);
@@ -98,6 +100,8 @@ private:
     bool hasServerRole(const std::string& role);
     bool isDbOwner();
     std::optional<int> currentUserId();
+    void checkAccess(const Stmt& s);
+    std::vector<int64_t> principalsOfCurrentUser(int user);
     void requireServerRole(const char* role);
     void requireDbRole(const char* role);
     void createDatabase(const Stmt& s, ResultSink& sink);

@@ -52,7 +52,77 @@ bool EngineSession::hasServerRole(const std::string& role)
 
 std::optional<int> EngineSession::currentUserId()
 {
-    return databaseUserFor(m_instance, m_login, m_groups, m_database);
+    if (!m_userCache)
+        m_userCache = databaseUserFor(m_instance, m_login, m_groups, m_database);
+    return *m_userCache;
+}
+
+// The user, public, and every role the user is in, directly or through other roles.
+std::vector<int64_t> EngineSession::principalsOfCurrentUser(int user)
+{
+    std::vector<int64_t> ids;
+    SqliteStmt s(m_db.get(), "WITH RECURSIVE r(id) AS (SELECT ? UNION SELECT role_principal_id FROM "
+                             "main.lf_database_role_members m JOIN r ON m.member_principal_id = r.id) "
+                             "SELECT id FROM r UNION SELECT 0");
+    s.bind(1, int64_t(user));
+    while (s.step())
+        ids.push_back(s.integer(0));
+    return ids;
+}
+
+void EngineSession::checkAccess(const Stmt& s)
+{
+    // Statements inside a procedure use the tables with the procedure owner's rights
+    // (ownership chaining: everything here belongs to dbo).
+    if (s.access.empty() || m_ownershipChain > 0)
+        return;
+    const auto user = currentUserId();
+    if (!user || *user == 1 || isDbOwner())
+        return;
+    const std::vector<int64_t> principals = principalsOfCurrentUser(*user);
+    auto inRole = [&](int64_t role) {
+        return std::find(principals.begin(), principals.end(), role) != principals.end();
+    };
+    std::string list;
+    for (auto id : principals)
+        list += (list.empty() ? "" : ",") + std::to_string(id);
+    for (const auto& a : s.access) {
+        if (!a.database.empty() && upper(a.database) != upper(m_database.name))
+            continue; // other databases are checked only for access (when attached)
+        if (a.permission == "CREATE TABLE" || a.permission == "ALTER" || a.permission == "DROP") {
+            if (inRole(16387))
+                continue;
+            if (a.permission == "CREATE TABLE")
+                throw SqlError(262, 14,
+                               "CREATE TABLE permission denied in database '" + m_database.name + "'.");
+            if (a.permission == "DROP")
+                throw SqlError(3701, 11,
+                               "Cannot drop the table '" + a.object +
+                                   "', because it does not exist or you do not have permission.");
+            throw SqlError(1088, 16,
+                           "Cannot find the object \"" + a.object +
+                               "\" because it does not exist or you do not have permissions.");
+        }
+        SqliteStmt grants(m_db.get(),
+                          "SELECT state FROM main.lf_database_permissions WHERE object_name = ? COLLATE "
+                          "NOCASE AND permission_name = ? AND grantee_principal_id IN (" +
+                              list + ") ORDER BY state");
+        grants.bind(1, a.object).bind(2, a.permission);
+        bool allowed = false;
+        if (grants.step()) {
+            allowed = grants.text(0) == "G"; // 'D' sorts first: a DENY anywhere wins
+        } else if (a.permission == "SELECT") {
+            allowed = inRole(16390) && !inRole(16392);
+        } else if (a.permission == "EXECUTE") {
+            allowed = false; // no fixed database role may run procedures
+        } else {
+            allowed = inRole(16391) && !inRole(16393);
+        }
+        if (!allowed)
+            throw SqlError(229, 14,
+                           "The " + a.permission + " permission was denied on the object '" + a.object +
+                               "', database '" + m_database.name + "', schema 'dbo'.");
+    }
 }
 
 bool EngineSession::isDbOwner()
@@ -319,6 +389,7 @@ void EngineSession::alterLogin(const Stmt& s)
 void EngineSession::createUser(const std::string& user, const std::string& loginName, bool withoutLogin)
 {
     requireDbRole("db_accessadmin");
+    m_userCache.reset();
     std::optional<LoginRecord> login;
     if (!withoutLogin) {
         login = m_instance.catalog().login(loginName);
@@ -353,6 +424,7 @@ void EngineSession::createUser(const std::string& user, const std::string& login
 void EngineSession::dropUser(const std::string& user)
 {
     requireDbRole("db_accessadmin");
+    m_userCache.reset();
     auto id = principalId(user);
     if (!id || *id < 5 || *id >= 16384)
         throw SqlError(15151, 16,

@@ -119,6 +119,7 @@ void EngineSession::executeRpc(const std::string& procedure, std::vector<RpcPara
                                ResultSink& sink)
 {
     int status = 0;
+    m_userCache.reset();
     try {
         status = callProcedure(procedure, parameters, sink);
     } catch (const std::exception& ex) {
@@ -340,8 +341,14 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         return 0;
     }
     std::string definition, body;
-    if (findProcedure(key, definition, body))
+    if (findProcedure(key, definition, body)) {
+        if (m_ownershipChain == 0) {
+            Stmt call;
+            call.access.push_back({"EXECUTE", "", key});
+            checkAccess(call);
+        }
         return runProcedure(key, definition, body, params, sink);
+    }
     throw SqlError(2812, 16, "Could not find stored procedure '" + procedure + "'.");
 }
 
@@ -433,7 +440,14 @@ int EngineSession::runProcedure(const std::string& name, const std::string& defi
             types[d.name] = d.type;
         std::vector<Stmt> statements = translateBatch(body, types);
         m_returnStatus.reset();
-        runStatements(statements, sink, name);
+        ++m_ownershipChain;
+        try {
+            runStatements(statements, sink, name);
+        } catch (...) {
+            --m_ownershipChain;
+            throw;
+        }
+        --m_ownershipChain;
     } catch (...) {
         m_variables = std::move(outer);
         throw;

@@ -58,6 +58,14 @@ struct StmtArg {
     bool isDefault = false;
 };
 
+// A table a statement reads, writes, creates, alters or drops: the session checks the
+// user's permissions on it before the statement runs.
+struct StmtAccess {
+    std::string permission; // SELECT, INSERT, UPDATE, DELETE, CREATE TABLE, ALTER, DROP
+    std::string database;   // "" for the current database
+    std::string object;
+};
+
 // How a result column that SQLite cannot type from a table should be reported.
 struct ColumnHint {
     std::string name;
@@ -83,6 +91,7 @@ struct Stmt {
     std::string name2;
     std::string returnTarget;
     std::string body;
+    std::vector<StmtAccess> access;
     bool flag = false;
     size_t jumpTarget = 0;
 
