@@ -237,6 +237,53 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
         EXPECT_FALSE(rows[1][col].has_value()) << "column " << col << " of the row of NULLs";
 }
 
+TEST_F(StandinOdbcTest, MaxColumnsStoreLongValuesSentAsParameters)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.execute("CREATE DATABASE Docs");
+    s.execute("CREATE TABLE Docs.dbo.d (k int, nt nvarchar(max), t varchar(max), b varbinary(max))");
+    std::u16string wide(20000, u'\u00E9'); // é, beyond one packet and one chunk
+    const std::string narrow(20000, 'n');
+    std::vector<unsigned char> bytes(20000);
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<unsigned char>(i * 7);
+    SQLINTEGER k = 1;
+    SQLLEN zero = 0, wideLen = static_cast<SQLLEN>(wide.size() * 2), narrowLen = 20000, bytesLen = 20000;
+    OdbcStatement p(c);
+    p.check(SQLBindParameter(p.handle(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &k, 0, &zero),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 2, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WLONGVARCHAR, wide.size(), 0,
+                             wide.data(), wideLen, &wideLen),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 3, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_LONGVARCHAR, narrow.size(), 0,
+                             const_cast<char*>(narrow.data()), narrowLen, &narrowLen),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 4, SQL_PARAM_INPUT, SQL_C_BINARY, SQL_LONGVARBINARY, bytes.size(), 0,
+                             bytes.data(), bytesLen, &bytesLen),
+            "bind");
+    p.execute("INSERT INTO Docs.dbo.d VALUES (?, ?, ?, ?)");
+    s.execute("INSERT INTO Docs.dbo.d (k) VALUES (2)");
+
+    const Rows rows = s.query("SELECT LEN(nt), nt, t, b FROM Docs.dbo.d ORDER BY k");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][0], "20000");
+    std::string utf8;
+    for (size_t i = 0; i < wide.size(); ++i)
+        utf8 += "\xC3\xA9";
+    EXPECT_EQ(rows[0][1], utf8);
+    EXPECT_EQ(rows[0][2], narrow);
+    std::string hex;
+    for (unsigned char b : bytes) {
+        char two[3];
+        std::snprintf(two, sizeof two, "%02x", b);
+        hex += two;
+    }
+    EXPECT_EQ(rows[0][3], hex);
+    for (size_t col = 1; col < 4; ++col)
+        EXPECT_FALSE(rows[1][col].has_value());
+}
+
 TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
 {
     OdbcConnection setup(sa());
