@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -63,21 +64,66 @@ protected:
         OdbcStatement s(c);
         s.execute("CREATE DATABASE Lab1");
         s.execute("CREATE TABLE Lab1.dbo.samples (id int PRIMARY KEY, name nvarchar(50))");
-        s.execute("INSERT INTO Lab1.dbo.samples (id, name) VALUES (1, N'benzene'), (2, N'toluene'), (3, N'xylene')");
+        s.execute("INSERT INTO Lab1.dbo.samples (id, name) VALUES (1, N'benzene'), (2, N'toluene'), (3, "
+                  "N'xylene')");
     }
 
     std::unique_ptr<StandinServer> m_server;
 };
 
-}  // namespace
+} // namespace
 
-TEST_F(StandinOdbcTest, SaLogsInAndListsTheSystemDatabases)
+TEST_F(StandinOdbcTest, SaLogsInAndListsDatabases)
 {
     OdbcConnection c(sa());
     OdbcStatement s(c);
+    s.execute("CREATE DATABASE Inventory");
     const auto names = firstColumn(s.query("SELECT name FROM sys.databases"));
     EXPECT_TRUE(contains(names, "master"));
-    EXPECT_TRUE(contains(names, "tempdb"));
+    EXPECT_TRUE(contains(names, "Inventory"));
+}
+
+TEST_F(StandinOdbcTest, ClientsOfTds71To74AllGetLongTextAndDatabaseChanges)
+{
+    {
+        OdbcConnection c(sa());
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Notes");
+        s.execute("CREATE TABLE Notes.dbo.n (id int, body ntext)");
+        s.execute("INSERT INTO Notes.dbo.n VALUES (1, N'" + std::string(6000, 'z') + "'), (2, NULL)");
+    }
+    const std::string base = sa();
+    for (const std::string version : {"7.1", "7.2", "7.3", "7.4"}) {
+        SCOPED_TRACE("TDS " + version);
+        std::string cs = base;
+        cs.replace(cs.find("TDS_Version=7.4"), 15, "TDS_Version=" + version);
+        OdbcConnection c(cs);
+        OdbcStatement s(c);
+        // Long text travels as ntext before 7.2 and as nvarchar(max) from 7.2 on.
+        const auto rows = s.query("SELECT id, body FROM Notes.dbo.n ORDER BY id");
+        ASSERT_EQ(rows.size(), 2u);
+        EXPECT_EQ(rows[0][1], std::string(6000, 'z'));
+        EXPECT_FALSE(rows[1][1].has_value());
+        // USE reaches the driver as an ENVCHANGE: it then knows the current database.
+        s.query("USE Notes");
+        SQLCHAR catalog[128] = {};
+        SQLINTEGER length = 0;
+        ASSERT_TRUE(SQL_SUCCEEDED(
+            SQLGetConnectAttr(c.handle(), SQL_ATTR_CURRENT_CATALOG, catalog, sizeof catalog, &length)));
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(catalog)), "Notes");
+    }
+}
+
+TEST(StandinSeeded, ServesTheSeededDesktopDatabase)
+{
+    StandinServer::Options o;
+    o.instances = {StandinServer::Instance{"VELDRIN", "LABSRV2", {}, {"--login", "chemist:Secret-1"}}};
+    StandinServer server(o);
+    OdbcConnection c(server.odbcConnectionString("chemist", "Secret-1", "LFDesktop10"));
+    OdbcStatement s(c);
+    const auto rows = s.query("SELECT name FROM ELN_parameters");
+    EXPECT_EQ(firstColumn(rows), std::vector<std::string>{"database guid"});
+    EXPECT_EQ(firstColumn(s.query("SELECT @@SERVERNAME")), std::vector<std::string>{"LABSRV2\\VELDRIN"});
 }
 
 TEST_F(StandinOdbcTest, ConfiguredLoginLogsIn)
@@ -106,11 +152,13 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
     OdbcStatement s(c);
     s.execute("CREATE DATABASE Types");
     s.execute("CREATE TABLE Types.dbo.t (k int, i int, b bigint, sm smallint, ti tinyint, bt bit, f float, "
-              "nv nvarchar(50), nvm nvarchar(max), v varchar(50), vm varchar(max), dt datetime, "
+              "nv nvarchar(50), nvm ntext, v varchar(50), vm text, dt datetime, "
               "g uniqueidentifier, vb varbinary(100))");
     const std::string longText(9000, 'q');
     s.execute("INSERT INTO Types.dbo.t VALUES (1, -2147483648, 9223372036854775807, -32768, 255, 1, 2.5, "
-              "N'caf\xC3\xA9', N'" + longText + "', 'plain', '" + longText + "', '2024-02-29 13:45:12.123', "
+              "N'caf\xC3\xA9', N'" +
+              longText + "', 'plain', '" + longText +
+              "', '2024-02-29 13:45:12.123', "
               "'6F9619FF-8B86-D011-B42D-00C04FC964FF', 0xDEADBEEF)");
     s.execute("INSERT INTO Types.dbo.t (k) VALUES (2)");
 
@@ -132,8 +180,8 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
     int n = 0;
     auto bind = [&](SQLSMALLINT cType, SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, void* value,
                     SQLLEN bufLen, SQLLEN* ind) {
-        p.check(SQLBindParameter(p.handle(), static_cast<SQLUSMALLINT>(++n), SQL_PARAM_INPUT, cType, sqlType, size,
-                                 digits, value, bufLen, ind),
+        p.check(SQLBindParameter(p.handle(), static_cast<SQLUSMALLINT>(++n), SQL_PARAM_INPUT, cType, sqlType,
+                                 size, digits, value, bufLen, ind),
                 "SQLBindParameter");
     };
     bind(SQL_C_SLONG, SQL_INTEGER, 0, 0, &k, 0, &zero);
@@ -152,7 +200,8 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
     bind(SQL_C_BINARY, SQL_VARBINARY, 100, 0, vb, 4, &vbLen);
     p.execute("INSERT INTO Types.dbo.t VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
 
-    const Rows rows = s.query("SELECT k, i, b, sm, ti, bt, f, nv, nvm, v, vm, dt, g, vb FROM Types.dbo.t ORDER BY k");
+    const Rows rows =
+        s.query("SELECT k, i, b, sm, ti, bt, f, nv, nvm, v, vm, dt, g, vb FROM Types.dbo.t ORDER BY k");
     ASSERT_EQ(rows.size(), 3u);
     for (size_t r : {size_t{0}, size_t{2}}) {
         SCOPED_TRACE("row " + std::to_string(r + 1));
@@ -169,13 +218,108 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
         EXPECT_EQ(row[10], longText);
         EXPECT_EQ(row[11], "2024-02-29 13:45:12.123");
         EXPECT_EQ(row[12], "6F9619FF-8B86-D011-B42D-00C04FC964FF");
-        EXPECT_EQ(row[13], "DEADBEEF");
+        EXPECT_EQ(row[13], "deadbeef");
     }
+    // (max) values computed in a query rather than stored in a column, in several chunks each.
+    std::string hex;
+    for (int n = 0; n < 9000; ++n)
+        hex += "a5";
+    const Rows computed = s.query("SELECT CAST(N'" + longText + "' AS nvarchar(max)), CAST('" + longText +
+                                  "' AS varchar(max)), CAST(0x" + hex + " AS varbinary(max))");
+    ASSERT_EQ(computed.size(), 1u);
+    EXPECT_EQ(computed[0][0], longText);
+    EXPECT_EQ(computed[0][1], longText);
+    EXPECT_EQ(computed[0][2], hex);
+    // One character, not the two bytes of its UTF-8 form.
+    EXPECT_EQ(firstColumn(s.query("SELECT LEN(nv) FROM Types.dbo.t WHERE k = 3")),
+              std::vector<std::string>{"4"});
     for (size_t col = 1; col < rows[1].size(); ++col)
         EXPECT_FALSE(rows[1][col].has_value()) << "column " << col << " of the row of NULLs";
 }
 
+TEST_F(StandinOdbcTest, MaxColumnsStoreLongValuesSentAsParameters)
+{
+    OdbcConnection c(sa());
+    OdbcStatement s(c);
+    s.execute("CREATE DATABASE Docs");
+    s.execute("CREATE TABLE Docs.dbo.d (k int, nt nvarchar(max), t varchar(max), b varbinary(max))");
+    std::u16string wide(20000, u'\u00E9'); // é, beyond one packet and one chunk
+    const std::string narrow(20000, 'n');
+    std::vector<unsigned char> bytes(20000);
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<unsigned char>(i * 7);
+    SQLINTEGER k = 1;
+    SQLLEN zero = 0, wideLen = static_cast<SQLLEN>(wide.size() * 2), narrowLen = 20000, bytesLen = 20000;
+    OdbcStatement p(c);
+    p.check(SQLBindParameter(p.handle(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &k, 0, &zero),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 2, SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WLONGVARCHAR, wide.size(), 0,
+                             wide.data(), wideLen, &wideLen),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 3, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_LONGVARCHAR, narrow.size(), 0,
+                             const_cast<char*>(narrow.data()), narrowLen, &narrowLen),
+            "bind");
+    p.check(SQLBindParameter(p.handle(), 4, SQL_PARAM_INPUT, SQL_C_BINARY, SQL_LONGVARBINARY, bytes.size(), 0,
+                             bytes.data(), bytesLen, &bytesLen),
+            "bind");
+    p.execute("INSERT INTO Docs.dbo.d VALUES (?, ?, ?, ?)");
+    s.execute("INSERT INTO Docs.dbo.d (k) VALUES (2)");
+
+    const Rows rows = s.query("SELECT LEN(nt), nt, t, b FROM Docs.dbo.d ORDER BY k");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][0], "20000");
+    std::string utf8;
+    for (size_t i = 0; i < wide.size(); ++i)
+        utf8 += "\xC3\xA9";
+    EXPECT_EQ(rows[0][1], utf8);
+    EXPECT_EQ(rows[0][2], narrow);
+    std::string hex;
+    for (unsigned char b : bytes) {
+        char two[3];
+        std::snprintf(two, sizeof two, "%02x", b);
+        hex += two;
+    }
+    EXPECT_EQ(rows[0][3], hex);
+    for (size_t col = 1; col < 4; ++col)
+        EXPECT_FALSE(rows[1][col].has_value());
+}
+
 TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
+{
+    OdbcConnection setup(sa());
+    OdbcStatement s(setup);
+    s.execute("CREATE DATABASE Desk");
+    s.execute("CREATE TABLE Desk.dbo.ELN_sessions (session_key int, owner_key int, client_bias int, "
+              "started datetime, ended datetime)");
+
+    // The product's own session procedure: the new key comes back in an output parameter.
+    OdbcConnection c(sa("Desk"));
+    for (SQLINTEGER expectedKey : {1, 2}) {
+        OdbcStatement call(c);
+        SQLINTEGER status = -99, key = -1, owner = 12, bias = -60;
+        SQLLEN statusInd = 0, keyInd = 0, ownerInd = 0, biasInd = 0;
+        auto bind = [&](SQLUSMALLINT n, SQLSMALLINT io, SQLINTEGER* v, SQLLEN* ind) {
+            call.check(SQLBindParameter(call.handle(), n, io, SQL_C_SLONG, SQL_INTEGER, 0, 0, v, 0, ind),
+                       "bind");
+        };
+        bind(1, SQL_PARAM_OUTPUT, &status, &statusInd);
+        bind(2, SQL_PARAM_OUTPUT, &key, &keyInd);
+        bind(3, SQL_PARAM_INPUT, &owner, &ownerInd);
+        bind(4, SQL_PARAM_INPUT, &bias, &biasInd);
+        call.execute("{? = call start_session(?, ?, ?)}");
+        while (SQLMoreResults(call.handle()) == SQL_SUCCESS) {
+        }
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(key, expectedKey);
+    }
+    OdbcStatement check(c);
+    const auto rows =
+        check.query("SELECT session_key, owner_key, client_bias FROM ELN_sessions ORDER BY session_key");
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"2", "12", "-60"}));
+}
+
+TEST_F(StandinOdbcTest, UserProcedureReturnsStatusAndOutputParameter)
 {
     OdbcConnection c(sa());
     OdbcStatement s(c);
@@ -183,13 +327,15 @@ TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
     OdbcStatement call(c);
     SQLINTEGER status = 0, a = 41, b = 0;
     SQLLEN statusInd = 0, aInd = 0, bInd = 0;
-    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status, 0,
-                                &statusInd),
+    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status,
+                                0, &statusInd),
                "bind status");
-    call.check(SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
-               "bind a");
-    call.check(SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
-               "bind b");
+    call.check(
+        SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
+        "bind a");
+    call.check(
+        SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
+        "bind b");
     call.execute("{? = call add_one(?, ?)}");
     while (SQLMoreResults(call.handle()) == SQL_SUCCESS) {
     }
@@ -197,8 +343,59 @@ TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
     EXPECT_EQ(b, 42);
 }
 
+TEST_F(StandinOdbcTest, UnknownProcedureGivesError2812)
+{
+    OdbcConnection c(sa());
+    OdbcStatement call(c);
+    try {
+        call.execute("{call no_such_procedure}");
+        FAIL() << "the call succeeded";
+    } catch (const OdbcError& e) {
+        ASSERT_FALSE(e.diags.empty());
+        EXPECT_EQ(e.diags[0].native, 2812) << e.what();
+    }
+}
+
+TEST_F(StandinOdbcTest, ManualCommitModeRollsBackAndCommits)
+{
+    OdbcConnection c(sa());
+    {
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Ledger");
+        s.execute("CREATE TABLE Ledger.dbo.entries (id int)");
+    }
+    // With autocommit off the driver begins, commits and rolls back through transaction-manager
+    // requests rather than T-SQL.
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0)))
+        << OdbcError("autocommit off", odbcDiagnostics(SQL_HANDLE_DBC, c.handle())).what();
+    {
+        OdbcStatement s(c);
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (1)");
+        EXPECT_EQ(firstColumn(s.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"1"});
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_ROLLBACK)));
+    {
+        OdbcStatement s(c);
+        EXPECT_EQ(firstColumn(s.query("SELECT COUNT(*) FROM Ledger.dbo.entries")),
+                  std::vector<std::string>{"0"});
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (2)");
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_COMMIT)));
+    OdbcConnection other(sa("Ledger"));
+    OdbcStatement s(other);
+    EXPECT_EQ(firstColumn(s.query("SELECT id FROM entries")), std::vector<std::string>{"2"});
+
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0)));
+    OdbcStatement after(c);
+    EXPECT_EQ(firstColumn(after.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"0"});
+}
+
 TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds)
 {
+    // Steps long enough that a busy machine still checks the file before the backup ends.
+    m_server = std::make_unique<StandinServer>(options(200));
     OdbcConnection c(sa());
     createLabDatabase(c);
     const fs::path target = m_server->scratchFolder() / "lab1.bak";
@@ -215,11 +412,15 @@ TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds
     while ((rc = SQLMoreResults(s.handle())) != SQL_NO_DATA) {
         s.check(rc, "SQLMoreResults");
         const auto m = messagesOf(s.diagnostics());
-        EXPECT_LE(m.size(), 1u) << "progress reports should come one at a time";
+        const auto reports = std::count_if(m.begin(), m.end(), [](const std::string& text) {
+            return text.find("percent processed.") != std::string::npos;
+        });
+        EXPECT_LE(reports, 1) << "progress reports should come one at a time";
         later.insert(later.end(), m.begin(), m.end());
     }
     ASSERT_FALSE(later.empty());
-    EXPECT_NE(std::find(later.begin(), later.end(), "[FreeTDS][SQL Server]100 percent processed."), later.end());
+    EXPECT_NE(std::find(later.begin(), later.end(), "[FreeTDS][SQL Server]100 percent processed."),
+              later.end());
     EXPECT_NE(later.back().find("BACKUP DATABASE successfully processed"), std::string::npos) << later.back();
     EXPECT_TRUE(fs::exists(target));
 }
@@ -233,29 +434,43 @@ TEST_F(StandinOdbcTest, CancelFromAnotherThreadStopsABackupAndLeavesNoFile)
     OdbcStatement s(c);
     ASSERT_EQ(s.execute("BACKUP DATABASE Lab1 TO DISK = " + sqlPath(target) + " WITH STATS = 10"),
               SQL_SUCCESS_WITH_INFO);
-    // The product's Stop button: SQLCancel from another thread while this one waits for results.
-    std::atomic<SQLRETURN> cancelled{SQL_ERROR};
-    std::thread stopper([&] { cancelled = SQLCancel(s.handle()); });
+    // The product's Stop button: SQLCancel from another thread while this one waits for the
+    // next result. Should the cancel land between two calls instead, the driver processes it
+    // inside SQLCancel: either way the diagnostics tell of the abort.
+    std::atomic<bool> waiting{false};
+    std::atomic<SQLRETURN> cancelled{SQL_SUCCESS};
+    std::thread stopper([&] {
+        while (!waiting)
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        cancelled = SQLCancel(s.handle());
+    });
     std::vector<std::string> messages;
     SQLRETURN rc;
-    while ((rc = SQLMoreResults(s.handle())) != SQL_NO_DATA && rc != SQL_ERROR) {
+    for (;;) {
+        waiting = true;
+        rc = SQLMoreResults(s.handle());
         const auto m = messagesOf(s.diagnostics());
         messages.insert(messages.end(), m.begin(), m.end());
+        if (rc == SQL_NO_DATA || rc == SQL_ERROR)
+            break;
     }
-    const auto m = messagesOf(s.diagnostics());
-    messages.insert(messages.end(), m.begin(), m.end());
     stopper.join();
-    EXPECT_TRUE(SQL_SUCCEEDED(cancelled.load()));
     for (const std::string& text : messages)
         EXPECT_EQ(text.find("successfully processed"), std::string::npos) << "the backup completed: " << text;
-    EXPECT_NE(std::find(messages.begin(), messages.end(), "[FreeTDS][SQL Server]Operation was cancelled"),
-              messages.end());
+    const bool toldAborted = std::any_of(messages.begin(), messages.end(), [](const std::string& text) {
+        return text.find("Operation was cancelled") != std::string::npos ||
+               text.find("terminating abnormally") != std::string::npos;
+    });
+    // (SQL_ERROR from SQLCancel itself: it processed the abort between two calls.)
+    EXPECT_TRUE(toldAborted || cancelled.load() == SQL_ERROR);
     EXPECT_FALSE(fs::exists(target));
     for (const auto& entry : fs::directory_iterator(m_server->scratchFolder()))
         ADD_FAILURE() << "left behind: " << entry.path();
     // The connection stays usable.
     OdbcStatement again(c);
-    EXPECT_EQ(firstColumn(again.query("SELECT COUNT(*) FROM Lab1.dbo.samples")), std::vector<std::string>{"3"});
+    EXPECT_EQ(firstColumn(again.query("SELECT COUNT(*) FROM Lab1.dbo.samples")),
+              std::vector<std::string>{"3"});
 }
 
 TEST_F(StandinOdbcTest, RestoreFileListAndRestoreWithMoveThenQuery)
@@ -274,8 +489,8 @@ TEST_F(StandinOdbcTest, RestoreFileListAndRestoreWithMoveThenQuery)
 
     const fs::path data = m_server->scratchFolder() / "Lab2.mdf";
     const fs::path log = m_server->scratchFolder() / "Lab2_log.ldf";
-    s.query("RESTORE DATABASE Lab2 FROM DISK = " + sqlPath(backup) + " WITH MOVE N'Lab1' TO " + sqlPath(data) +
-            ", MOVE N'Lab1_log' TO " + sqlPath(log) + ", STATS = 25");
+    s.query("RESTORE DATABASE Lab2 FROM DISK = " + sqlPath(backup) + " WITH MOVE N'Lab1' TO " +
+            sqlPath(data) + ", MOVE N'Lab1_log' TO " + sqlPath(log) + ", STATS = 25");
     EXPECT_EQ(firstColumn(s.query("SELECT name FROM Lab2.dbo.samples ORDER BY id")),
               (std::vector<std::string>{"benzene", "toluene", "xylene"}));
     EXPECT_TRUE(contains(firstColumn(s.query("SELECT name FROM sys.databases")), "Lab2"));
@@ -299,7 +514,8 @@ TEST_F(StandinOdbcTest, TwentyClientsAtOnce)
                 OdbcConnection c(sa("Busy"));
                 OdbcStatement s(c);
                 for (int n = 0; n < 5; ++n)
-                    s.execute("INSERT INTO hits (client, n) VALUES (" + std::to_string(t) + ", " + std::to_string(n) + ")");
+                    s.execute("INSERT INTO hits (client, n) VALUES (" + std::to_string(t) + ", " +
+                              std::to_string(n) + ")");
                 const auto rows = s.query("SELECT COUNT(*) FROM hits WHERE client = " + std::to_string(t));
                 if (rows.at(0).at(0) == "5")
                     ++succeeded;

@@ -7,7 +7,6 @@
 #include <optional>
 #include <set>
 #include <sstream>
-#include <unistd.h>
 
 namespace standin::tds {
 
@@ -26,15 +25,6 @@ std::string upper(std::string s)
 {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::toupper(c); });
     return s;
-}
-
-std::string defaultMachineName()
-{
-    char name[256] = {};
-    if (gethostname(name, sizeof name - 1) != 0)
-        return "LOCALHOST";
-    std::string s(name);
-    return upper(s.substr(0, s.find('.')));
 }
 
 uint16_t parsePort(const std::string& value, const std::string& where)
@@ -73,16 +63,23 @@ bool validInstanceName(const std::string& name)
 {
     // The resolution protocol carries instance names of up to 32 bytes; ';' would break its
     // answer apart.
-    return !name.empty() && name.size() <= 32 &&
-           std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) || c == '_' || c == '$'; });
+    return !name.empty() && name.size() <= 32 && std::all_of(name.begin(), name.end(), [](unsigned char c) {
+        return std::isalnum(c) || c == '_' || c == '$';
+    });
 }
 
 void check(ServerSettings& settings)
 {
     if (settings.instances.empty())
         throw ConfigError("no instance to serve");
+    for (const InstanceSettings& i : settings.instances)
+        if (i.config.dataFolder.empty())
+            throw ConfigError("instance " + i.config.instanceName + " has no data folder");
     std::set<std::string> names;
     for (InstanceSettings& i : settings.instances) {
+        // A single instance from the command line may leave its name to the data folder.
+        if (i.config.instanceName.empty() && settings.instances.size() == 1)
+            continue;
         if (!validInstanceName(i.config.instanceName))
             throw ConfigError("\"" + i.config.instanceName +
                               "\" is not an instance name (letters, digits, _ and $; 32 at most)");
@@ -90,12 +87,10 @@ void check(ServerSettings& settings)
             throw ConfigError("instance " + i.config.instanceName + " is configured twice");
         if (i.config.dataFolder.empty())
             throw ConfigError("instance " + i.config.instanceName + " has no data folder");
-        if (i.config.machineName.empty())
-            i.config.machineName = defaultMachineName();
     }
 }
 
-}  // namespace
+} // namespace
 
 ServerSettings readConfigFile(const std::string& path)
 {
@@ -175,7 +170,8 @@ std::string usage()
 {
     return "usage: lf-standin --config FILE [--ssrp-port PORT | --no-ssrp]\n"
            "       lf-standin --data FOLDER [--instance NAME] [--port PORT] [--machine NAME]\n"
-           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login NAME:PASSWORD[:sysadmin]]\n"
+           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login "
+           "NAME:PASSWORD[:sysadmin]]\n"
            "                  [--ssrp-port PORT | --no-ssrp]\n"
            "PORT 0 (the default) picks a free port; the chosen ports are printed once listening.\n";
 }
@@ -184,7 +180,6 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
 {
     std::string configFile;
     InstanceSettings single;
-    single.config.instanceName = "MSSQLSERVER";
     bool singleGiven = false;
     std::optional<uint16_t> ssrpPort;
     bool noSsrp = false;
@@ -206,7 +201,8 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
         else if (a == "--port")
             single.port = parsePort(value(), a), singleGiven = true;
         else if (a == "--data")
-            single.config.dataFolder = std::filesystem::absolute(value()).lexically_normal().string(), singleGiven = true;
+            single.config.dataFolder = std::filesystem::absolute(value()).lexically_normal().string(),
+            singleGiven = true;
         else if (a == "--machine")
             single.config.machineName = value(), singleGiven = true;
         else if (a == "--version")
@@ -255,4 +251,4 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
     return settings;
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds
