@@ -1,21 +1,36 @@
 #!/usr/bin/env bash
-# Sets up, builds and starts the wizard. Without a display it says how to see it and saves
-# screenshots of its pages instead.
+# Sets up, builds and starts the wizard.
+#   scripts/run-wizard.sh              on a demonstration machine: the SQL Server stand-in plays
+#                                      the desktop instance and a multi-user server
+#   scripts/run-wizard.sh --real       with this machine's own registry file and servers
+#   ... --screenshots DIR              save pictures of the pages instead of opening the window
+# Without a display it says how to see the wizard and saves the pictures into ./screenshots.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 BUILD_DIR=${BUILD_DIR:-build}
 wizard="$BUILD_DIR/src/app/labfolio-setup"
-if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
+
+real=0
+args=()
+for a in "$@"; do
+  if [ "$a" = "--real" ]; then real=1; else args+=("$a"); fi
+done
+if [ "$real" = 0 ]; then
+  # shellcheck source=demo-env.sh
+  source scripts/demo-env.sh
+fi
+
+if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [[ " ${args[*]-} " != *" --screenshots "* ]]; then
   shots=${SCREENSHOT_DIR:-screenshots}
   cat <<MSG
 There is no display here. Either start the wizard in a virtual one:
-  xvfb-run -a $wizard
+  xvfb-run -a scripts/run-wizard.sh
 or look at its pages as pictures:
-  QT_QPA_PLATFORM=offscreen $wizard --screenshots $shots
+  QT_QPA_PLATFORM=offscreen scripts/run-wizard.sh --screenshots DIR
 Saving the pictures into $shots/ now.
 MSG
-  QT_QPA_PLATFORM=offscreen "$wizard" --screenshots "$shots"
-  exit 0
+  args+=(--screenshots "$shots")
+  export QT_QPA_PLATFORM=offscreen
 fi
-exec "$wizard" "$@"
+"$wizard" "${args[@]}"

@@ -4,12 +4,15 @@
 #include "QtPrompter.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
+#include "SQLServerUtils.h"
 #include "ServerManager.h"
 #include "frmInstall.h"
 #include "frmUserInfo.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
+#include <QTimer>
 #include <QPixmap>
 #include <QPushButton>
 
@@ -22,13 +25,13 @@ bool save(QWidget& widget, const QString& folder, const QString& name)
     return widget.grab().save(path);
 }
 
-// The database page lists what the local server (or the desktop instance the frame found)
-// offers when one answers; otherwise it shows its empty list.
+// The database page lists what the local instance holding the desktop database offers when
+// one answers; otherwise it is pictured with its empty list.
 void fillDatabasePage(frmInstall& window)
 {
     try {
         sqlserver::ConnectOptions options;
-        options.server = window.LocalServerName().empty() ? "(local)" : window.LocalServerName();
+        options.server = SQLServerUtils::FindLocalServerWithDatabase("LFDesktop10");
         options.loginTimeoutSeconds = 3;
         auto server = sqlserver::serverManager().Connect(options);
         window.databasePage()->Initialize(*server);
@@ -51,8 +54,15 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     // Pages the tour shows directly, whichever task would lead there.
     window.serverPage()->CheckList();
     window.ShowServerPage();
-    if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton"); rescan && rescan->isVisible())
-        rescan->click();   // a probing scan, pictured while it runs
+    if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton"); rescan && rescan->isVisible()) {
+        // A probing scan, pictured while it runs: after its first answer, or a few seconds.
+        QEventLoop wait;
+        QObject::connect(window.serverPage(), &SQLServerCtl::probeApplied, &wait, &QEventLoop::quit);
+        QObject::connect(window.serverPage(), &SQLServerCtl::scanEnded, &wait, &QEventLoop::quit);
+        QTimer::singleShot(3000, &wait, &QEventLoop::quit);
+        rescan->click();
+        wait.exec();
+    }
     saved += save(window, folder, "02-server-scanning");
     fillDatabasePage(window);
     window.ShowDatabasePage();
