@@ -16,7 +16,8 @@ std::unique_ptr<Connection> openOdbc(const std::string& oleDb, const std::string
 {
     const auto info = parseOleDbConnectionString(oleDb);
     if (!info)
-        throw LfError(kClientFailure, "", "the connection string is not one of the two forms the wizard writes");
+        throw LfError(kClientFailure, "",
+                      "the connection string is not one of the two forms the wizard writes");
     OdbcTarget target;
     target.driver = defaultOdbcDriver();
     target.endpoint = resolveServer(info->server);
@@ -30,7 +31,7 @@ std::unique_ptr<Connection> openOdbc(const std::string& oleDb, const std::string
 std::mutex g_mutex;
 ConnectionOpener g_opener;
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<Connection> OpenConnection(const std::string& oleDbConnectionString, const std::string& user,
                                            const std::string& password, int loginTimeoutSeconds)
@@ -58,4 +59,4 @@ ScopedConnectionOpenerOverride::~ScopedConnectionOpenerOverride()
     g_opener = std::move(m_previous);
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -20,9 +20,9 @@ struct UpdateTarget {
 
 // One integer parameter of a stored procedure call, in the order the procedure declares them.
 struct IntParam {
-    std::string name;     // for messages only; parameters bind by position
+    std::string name; // for messages only; parameters bind by position
     bool output = false;
-    int32_t value = 0;    // input value; the output value after the call
+    int32_t value = 0; // input value; the output value after the call
 };
 
 // A database connection, the wizard's ADO connection. Opened from one of the two OLE DB
@@ -39,7 +39,8 @@ public:
     virtual std::unique_ptr<RecordSet> OpenForward(const std::string& sql) = 0;
     // All rows read at once into a snapshot; with a target, its columns may be changed and
     // written back by key.
-    virtual std::unique_ptr<RecordSet> OpenStatic(const std::string& sql, const UpdateTarget& target = {}) = 0;
+    virtual std::unique_ptr<RecordSet> OpenStatic(const std::string& sql,
+                                                  const UpdateTarget& target = {}) = 0;
     // "{call name(?, ...)}" with integer parameters; output values are written back into params.
     virtual void CallProcedure(const std::string& name, std::vector<IntParam>& params) = 0;
 
@@ -77,4 +78,4 @@ private:
     ConnectionOpener m_previous;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

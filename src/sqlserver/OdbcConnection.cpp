@@ -12,7 +12,8 @@ namespace {
 bool equalsNoCase(const std::string& a, const std::string& b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
            });
 }
 
@@ -46,14 +47,17 @@ public:
     void MoveNext() override
     {
         if (IsEOF())
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
         ++m_pos;
     }
     const Value& Field(int index) const override
     {
         requireRow();
         if (index < 0 || static_cast<size_t>(index) >= m_names.size())
-            throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal");
+            throw LfError(
+                kClientFailure, "",
+                "item cannot be found in the collection corresponding to the requested name or ordinal");
         return m_rows[m_pos][static_cast<size_t>(index)];
     }
     const Value& Field(const std::string& name) const override { return Field(indexOf(name)); }
@@ -85,7 +89,8 @@ public:
                 set += (set.empty() ? "" : ", ") + quoteIdentifier(m_names[static_cast<size_t>(c)]) + " = " +
                        sqlLiteral(m_rows[r][static_cast<size_t>(c)]);
             batch += "UPDATE " + quoteIdentifier(m_target.table) + " SET " + set + " WHERE " +
-                     quoteIdentifier(m_target.keyColumn) + " = " + sqlLiteral(m_rows[r][static_cast<size_t>(key)]) + ";\n";
+                     quoteIdentifier(m_target.keyColumn) + " = " +
+                     sqlLiteral(m_rows[r][static_cast<size_t>(key)]) + ";\n";
             ++written;
             // A few hundred statements per round trip keep batches small for the server.
             if (++inBatch == 200) {
@@ -112,14 +117,18 @@ private:
     void requireRow() const
     {
         if (IsEOF())
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
     }
     int indexOf(const std::string& name) const
     {
         for (size_t i = 0; i < m_names.size(); ++i)
             if (equalsNoCase(m_names[i], name))
                 return static_cast<int>(i);
-        throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal (\"" + name + "\")");
+        throw LfError(
+            kClientFailure, "",
+            "item cannot be found in the collection corresponding to the requested name or ordinal (\"" +
+                name + "\")");
     }
 
     OdbcConnection& m_c;
@@ -133,7 +142,8 @@ private:
 // Rows read from the server one fetch at a time; holds the connection's statement.
 class ForwardRecordSet : public RecordSet {
 public:
-    ForwardRecordSet(OdbcConnection& c, const std::string& sql) : m_c(c), m_running(std::make_unique<OdbcConnection::Running>(c))
+    ForwardRecordSet(OdbcConnection& c, const std::string& sql)
+        : m_c(c), m_running(std::make_unique<OdbcConnection::Running>(c))
     {
         SQLHSTMT s = m_running->get();
         SQLRETURN rc = SQLExecDirectA(s, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
@@ -160,13 +170,16 @@ public:
     void MoveNext() override
     {
         if (m_eof)
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
         fetch();
     }
     const Value& Field(int index) const override
     {
         if (m_eof || index < 0 || static_cast<size_t>(index) >= m_row.size())
-            throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal");
+            throw LfError(
+                kClientFailure, "",
+                "item cannot be found in the collection corresponding to the requested name or ordinal");
         return m_row[static_cast<size_t>(index)];
     }
     const Value& Field(const std::string& name) const override
@@ -174,7 +187,10 @@ public:
         for (size_t i = 0; i < m_names.size(); ++i)
             if (equalsNoCase(m_names[i], name))
                 return Field(static_cast<int>(i));
-        throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal (\"" + name + "\")");
+        throw LfError(
+            kClientFailure, "",
+            "item cannot be found in the collection corresponding to the requested name or ordinal (\"" +
+                name + "\")");
     }
     void SetField(const std::string&, const Value&) override
     {
@@ -233,7 +249,8 @@ std::string getText(SQLHSTMT s, SQLUSMALLINT col, SQLSMALLINT cType, bool& isNul
             return {};
         }
         const size_t room = sizeof buf - terminator;
-        const size_t got = (ind == SQL_NO_TOTAL || static_cast<size_t>(ind) > room) ? room : static_cast<size_t>(ind);
+        const size_t got =
+            (ind == SQL_NO_TOTAL || static_cast<size_t>(ind) > room) ? room : static_cast<size_t>(ind);
         out.append(buf, got);
         if (rc == SQL_SUCCESS)
             break;
@@ -241,7 +258,7 @@ std::string getText(SQLHSTMT s, SQLUSMALLINT col, SQLSMALLINT cType, bool& isNul
     return out;
 }
 
-}  // namespace
+} // namespace
 
 std::string quoteIdentifier(const std::string& name)
 {
@@ -359,7 +376,8 @@ std::unique_ptr<OdbcConnection> OdbcConnection::connect(const OdbcTarget& target
         SQLSetConnectAttr(c->m_dbc.get(), SQL_ATTR_LOGIN_TIMEOUT,
                           reinterpret_cast<SQLPOINTER>(static_cast<intptr_t>(loginTimeoutSeconds)), 0);
     const std::string text = buildOdbcConnectionString(target);
-    const SQLRETURN rc = SQLDriverConnectA(c->m_dbc.get(), nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
+    const SQLRETURN rc = SQLDriverConnectA(c->m_dbc.get(), nullptr,
+                                           reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
                                            SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc)) {
         const LfError e = errorFromDiagnostics(readDiagnostics(SQL_HANDLE_DBC, c->m_dbc.get()));
@@ -382,7 +400,8 @@ void OdbcConnection::requireOpen() const
         throw LfError(kClientFailure, "", "the operation is not allowed when the connection is closed");
 }
 
-std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors)
+std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor,
+                                                            bool deliverErrors)
 {
     std::vector<ServerMessage> errors;
     const ServerMessage* previous = nullptr;
@@ -390,15 +409,15 @@ std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, Batch
     for (auto& m : records) {
         // FreeTDS repeats the server's "Changed database (or language) context" with one of
         // its own; the user sees it once, as with SQL Server's own clients.
-        const bool repeat = previous && (m.number == 5701 || m.number == 5703) && m.number == previous->number &&
-                            m.text == previous->text;
+        const bool repeat = previous && (m.number == 5701 || m.number == 5703) &&
+                            m.number == previous->number && m.text == previous->text;
         previous = &m;
         if (repeat)
             continue;
         if (m_levelInStateField) {
             if (m.state > 0)
                 m.severity = m.state;
-            m.state = 0;   // not reported
+            m.state = 0; // not reported
         }
         if (isInformational(m)) {
             if (visitor)
@@ -546,8 +565,8 @@ void OdbcConnection::CallProcedure(const std::string& name, std::vector<IntParam
     for (size_t i = 0; i < params.size(); ++i) {
         values[i] = params[i].value;
         const SQLSMALLINT io = params[i].output ? SQL_PARAM_OUTPUT : SQL_PARAM_INPUT;
-        if (!SQL_SUCCEEDED(SQLBindParameter(s, static_cast<SQLUSMALLINT>(i + 1), io, SQL_C_SLONG, SQL_INTEGER, 0, 0,
-                                            &values[i], 0, &indicators[i])))
+        if (!SQL_SUCCEEDED(SQLBindParameter(s, static_cast<SQLUSMALLINT>(i + 1), io, SQL_C_SLONG, SQL_INTEGER,
+                                            0, 0, &values[i], 0, &indicators[i])))
             throwDiagnostics(SQL_HANDLE_STMT, s, "while binding the parameter \"" + params[i].name + "\", ");
     }
     BatchVisitor ignore;
@@ -582,4 +601,4 @@ void OdbcConnection::Close()
     m_dbc.reset();
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -72,7 +72,8 @@ public:
 
     // Delivers the informational records of the statement's last call (and its errors too, in
     // their order, when deliverErrors) and returns its errors.
-    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors = false);
+    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor,
+                                                bool deliverErrors = false);
 
 private:
     OdbcConnection() = default;
@@ -98,4 +99,4 @@ std::string quoteText(const std::string& text);
 // A value as a T-SQL literal.
 std::string sqlLiteral(const Value& v);
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -12,10 +12,10 @@ namespace sqlserver {
 // default instance, "HOST", "HOST\INSTANCE", "host,port") and the login.
 struct ConnectOptions {
     std::string server;
-    bool loginSecure = true;         // Windows (integrated) login; false: user and password
+    bool loginSecure = true; // Windows (integrated) login; false: user and password
     std::string user;
     std::string password;
-    int loginTimeoutSeconds = 0;     // 0: the driver's default
+    int loginTimeoutSeconds = 0; // 0: the driver's default
 };
 
 // The server-management entry points (SQL-DMO's Application and SQLServer.Connect). Pages and
@@ -45,4 +45,4 @@ private:
     std::shared_ptr<ServerManager> m_previous;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

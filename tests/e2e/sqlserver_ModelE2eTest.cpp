@@ -32,10 +32,11 @@ void makeDatabase(StandinMachine& m, const std::string& instance, const std::str
     auto c = m.sa(instance, name);
     c->Execute("CREATE TABLE ELN_people (UserName nvarchar(100) NOT NULL, is_administrator int NOT NULL)");
     for (int i = 0; i < rows; ++i)
-        c->Execute("INSERT INTO ELN_people (UserName, is_administrator) VALUES (N'user" + std::to_string(i) + "', 0)");
+        c->Execute("INSERT INTO ELN_people (UserName, is_administrator) VALUES (N'user" + std::to_string(i) +
+                   "', 0)");
 }
 
-}  // namespace
+} // namespace
 
 TEST(ServerModelE2e, NamesOfServerWorkstationAndMachine)
 {
@@ -73,10 +74,11 @@ TEST(ServerModelE2e, DatabasesInCatalogOrderWithTheUsableFlag)
     for (const auto& d : connectAs("PC1\\VELDRIN", "chemist", "Chemist-pw1")->Databases()) {
         if (d.name == "Labfolio_A") {
             sawA = true;
-            EXPECT_FALSE(d.canUse);   // no user in that database
+            EXPECT_FALSE(d.canUse); // no user in that database
         }
-        if (d.name == "master")
+        if (d.name == "master") {
             EXPECT_TRUE(d.canUse);
+        }
     }
     EXPECT_TRUE(sawA);
 }
@@ -119,12 +121,14 @@ TEST(ServerModelE2e, MasterDataFolderEndsWithASeparator)
     const std::string folder = connectAs("PC1\\VELDRIN")->MasterDataFolder();
     ASSERT_FALSE(folder.empty());
     EXPECT_EQ(folder.back(), '/');
-    EXPECT_TRUE(std::filesystem::exists(folder + "master.mdf") || std::filesystem::is_directory(folder)) << folder;
+    EXPECT_TRUE(std::filesystem::exists(folder + "master.mdf") || std::filesystem::is_directory(folder))
+        << folder;
 }
 
 TEST(ServerModelE2e, NetworkListNamesEveryInstance)
 {
-    StandinMachine m({StandinMachine::instance("MSSQLSERVER", "LABSRV2"), StandinMachine::instance("VELDRIN", "LABSRV2")});
+    StandinMachine m(
+        {StandinMachine::instance("MSSQLSERVER", "LABSRV2"), StandinMachine::instance("VELDRIN", "LABSRV2")});
     const NameList list = serverManager().ListAvailableSQLServers();
     EXPECT_EQ(list.Count(), 2);
     EXPECT_EQ(list.Item(0), "");
@@ -169,7 +173,8 @@ TEST(ServerModelE2e, BackupReportsRisingProgressToOneHundred)
         texts.push_back(t);
     };
     auto s = connectAs("PC1\\VELDRIN");
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file, true, true},
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file, true,
+                         true},
               control);
     ASSERT_GE(percents.size(), 2u);
     EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
@@ -184,7 +189,7 @@ TEST(ServerModelE2e, BackupReportsRisingProgressToOneHundred)
 
 TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
 {
-    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200);   // about two seconds a backup
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200); // about two seconds a backup
     makeDatabase(m, "VELDRIN", "LFDesktop10", 5);
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
@@ -196,7 +201,8 @@ TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
         control.Abort();
     });
     try {
-        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file}, control);
+        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+                  control);
         stopper.join();
         FAIL() << "the backup was not aborted";
     } catch (const LfError& e) {
@@ -206,11 +212,13 @@ TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
         EXPECT_EQ(e.number(), 0x80040000u + 3204u) << e.description();
         EXPECT_NE(e.description().find("aborted"), std::string::npos) << e.description();
     }
-    if (!percents.empty())
+    if (!percents.empty()) {
         EXPECT_LT(percents.back(), 100);
+    }
     // No file is left that claims to be a complete backup.
-    if (std::filesystem::exists(file))
+    if (std::filesystem::exists(file)) {
         EXPECT_THROW(s->ReadBackupFileList(file), LfError);
+    }
     // The connection is usable after the abort.
     EXPECT_FALSE(s->Databases().empty());
 }
@@ -222,7 +230,8 @@ TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
     OperationControl backup;
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file}, backup);
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+              backup);
 
     const auto files = s->ReadBackupFileList(file);
     ASSERT_GE(files.size(), 2u);
