@@ -259,3 +259,37 @@ TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
     OperationControl again;
     EXPECT_THROW(s->Restore(r, again), LfError);
 }
+
+TEST(ServerModelE2e, AbortEndsARestoreAndTheTargetIsNotLeftAsARestoredDatabase)
+{
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 150);
+    makeDatabase(m, "VELDRIN", "LFDesktop10", 3);
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    auto s = connectAs("PC1\\VELDRIN");
+    OperationControl backup;
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+              backup);
+
+    const auto files = s->ReadBackupFileList(file);
+    ASSERT_EQ(files.size(), 2u);
+    const std::string folder = s->MasterDataFolder();
+    RestoreSpec r;
+    r.database = "Labfolio_9";
+    r.file = file;
+    r.relocations = {{files[0].logicalName, folder + "Labfolio_9_Data.mdf"},
+                     {files[1].logicalName, folder + "Labfolio_9_LOG.ldf"}};
+    OperationControl control;
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        control.Abort();
+    });
+    EXPECT_THROW(s->Restore(r, control), LfError);
+    stopper.join();
+    // A stopped restore leaves no usable database behind.
+    bool usable = false;
+    try {
+        usable = m.sa("VELDRIN", "Labfolio_9")->scalar("SELECT COUNT(*) FROM ELN_people").toInt() == 3;
+    } catch (const LfError&) {
+    }
+    EXPECT_FALSE(usable);
+}
