@@ -189,3 +189,27 @@ TEST(SessionE2e, CancelFromAnotherThreadStopsARunningStatement)
     canceller.join();
     EXPECT_EQ(c->OpenStatic("SELECT 5")->Field(0).toInt(), 5); // the connection goes on
 }
+
+TEST(SessionE2e, DatabaseOpenedWithASqlServerLogin)
+{
+    Desktop d;
+    d.m.sa("VELDRIN", "LFDesktop10")->Execute("EXEC sp_grantdbaccess 'chemist'");
+    ConnectOptions o;
+    o.server = "PC1\\VELDRIN";
+    o.loginSecure = false;
+    o.user = "chemist";
+    o.password = "Chemist-pw1";
+    o.loginTimeoutSeconds = 10;
+    auto c = OpenDatabase(o, "LFDesktop10");
+    auto rs = c->OpenStatic("SELECT SUSER_SNAME(), DB_NAME()");
+    EXPECT_EQ(rs->Field(0).toText(), "chemist");
+    EXPECT_EQ(rs->Field(1).toText(), "LFDesktop10");
+
+    o.password = "wrong";
+    try {
+        OpenDatabase(o, "LFDesktop10");
+        FAIL() << "connected";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.number(), 0x80040000u + 18456u);
+    }
+}
