@@ -1,5 +1,6 @@
 #include "OdbcHandles.h"
 
+#include <algorithm>
 #include <mutex>
 
 #include "ConnectionError.h"
