@@ -150,17 +150,23 @@ public:
         for (;;) {
             if (rc == SQL_ERROR)
                 throw errorFromDiagnostics(m_c.drainDiagnostics(s, nullptr));
-            m_c.drainDiagnostics(s, nullptr);
-            if (rc == SQL_NO_DATA)
-                break;
-            SQLSMALLINT cols = 0;
-            SQLNumResultCols(s, &cols);
-            if (cols > 0) {
-                describeColumns(s, m_names, m_types);
-                fetch();
-                return;
+            const auto errors = m_c.drainDiagnostics(s, nullptr);
+            if (!errors.empty())
+                throw errorFromDiagnostics(errors);
+            // The rows are those of the first result that has columns; statements before it
+            // (an UPDATE that touched nothing reports "no data") are passed over.
+            if (rc != SQL_NO_DATA) {
+                SQLSMALLINT cols = 0;
+                SQLNumResultCols(s, &cols);
+                if (cols > 0) {
+                    describeColumns(s, m_names, m_types);
+                    fetch();
+                    return;
+                }
             }
             rc = SQLMoreResults(s);
+            if (rc == SQL_NO_DATA)
+                break;
         }
         m_eof = true;
     }
@@ -461,7 +467,9 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                     break;
             }
         }
-        if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO) {
+        if (rc == SQL_NO_DATA) {
+            visitor.rowCount(0); // a searched UPDATE, INSERT or DELETE that touched no row
+        } else if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO) {
             SQLSMALLINT cols = 0;
             SQLNumResultCols(s, &cols);
             if (cols > 0) {

@@ -213,3 +213,14 @@ TEST(SessionE2e, DatabaseOpenedWithASqlServerLogin)
         EXPECT_EQ(e.number(), 0x80040000u + 18456u);
     }
 }
+
+TEST(SessionE2e, UpdateThatTouchesNothingCountsZeroAndLaterRowsStillCome)
+{
+    Desktop d;
+    auto c = d.open();
+    EXPECT_EQ(c->Execute("UPDATE ELN_chemical_structures SET MOL_ID = 1 WHERE primary_key < 0"), 0);
+    auto rs = c->OpenForward("UPDATE ELN_chemical_structures SET MOL_ID = 1 WHERE primary_key < 0\n"
+                             "SELECT COUNT(*) AS n FROM ELN_chemical_structures");
+    ASSERT_FALSE(rs->IsEOF());
+    EXPECT_EQ(rs->Field("n").toInt(), 25);
+}
