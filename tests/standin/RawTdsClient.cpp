@@ -100,6 +100,11 @@ std::vector<RawToken> RawTdsClient::readMessage(int timeoutMs)
     return parseTokens(payload);
 }
 
+void RawTdsClient::finishSending()
+{
+    ::shutdown(m_fd, SHUT_WR);
+}
+
 bool RawTdsClient::closedByServer(int timeoutMs)
 {
     for (;;) {

@@ -54,6 +54,8 @@ public:
     std::vector<RawToken> login(const std::string& user, const std::string& password, const std::string& database = {});
     void sendBatch(const std::string& sql);
     void sendAttention() { sendPacket(0x06, {}); }
+    // Ends the client's side of the stream (the server sees end-of-file; replies still arrive).
+    void finishSending();
 
     static standin::tds::Bytes buildLogin7(const std::string& user, const std::string& password,
                                             const std::string& database);

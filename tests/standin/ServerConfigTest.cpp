@@ -33,7 +33,7 @@ TEST(ServerConfig, ReadsInstancesFromTheFile)
     EXPECT_FALSE(s.instances[0].logins[0].sysadmin);
     EXPECT_TRUE(s.instances[0].logins[1].sysadmin);
     EXPECT_EQ(s.instances[1].config.dataFolder, "/tmp/default");
-    EXPECT_FALSE(s.instances[1].config.machineName.empty());
+    EXPECT_EQ(s.instances[1].config.machineName, "");   // the engine's to decide
 }
 
 TEST(ServerConfig, MistakesNameTheLine)
@@ -69,6 +69,7 @@ TEST(ServerConfig, CommandLineForOneInstance)
     EXPECT_FALSE(s.instances[0].logins.at(0).sysadmin);
     EXPECT_EQ(s.instances[0].logins.at(1).password, "B-1");
     EXPECT_TRUE(s.instances[0].logins.at(1).sysadmin);
+    EXPECT_EQ(parseCommandLine({"--data", "/tmp/x"}).instances.at(0).config.instanceName, "");
     EXPECT_THROW(parseCommandLine({}), ConfigError);
     EXPECT_THROW(parseCommandLine({"--data"}), ConfigError);
     EXPECT_THROW(parseCommandLine({"--data", "/x", "--frobnicate"}), ConfigError);

@@ -141,7 +141,7 @@ std::string StandinServer::odbcConnectionString(const std::string& user, const s
                                                 const std::string& database, const std::string& instance) const
 {
     std::string s = "DRIVER={FreeTDS};SERVER=" + m_host + ";PORT=" + std::to_string(port(instance)) +
-                    ";TDS_Version=7.4;UID=" + user + ";PWD={" + password + "}";
+                    ";TDS_Version=7.4;ClientCharset=UTF-8;UID=" + user + ";PWD={" + password + "}";
     if (!database.empty())
         s += ";DATABASE=" + database;
     return s + ";";
@@ -150,8 +150,11 @@ std::string StandinServer::odbcConnectionString(const std::string& user, const s
 void StandinServer::seed(const Instance& instance)
 {
 #ifdef LF_STANDIN_SEED_EXE
-    std::vector<std::string> args{LF_STANDIN_SEED_EXE};
-    args.insert(args.end(), instance.seedArguments.begin(), instance.seedArguments.end());
+    std::vector<std::string> args{LF_STANDIN_SEED_EXE, "--data", dataFolder(instance.name).string(), "--machine",
+                                  instance.machine, "--instance", instance.name};
+    for (const std::string& a : instance.seedArguments)
+        if (!a.empty())
+            args.push_back(a);
     const pid_t pid = spawn(args, -1);
     int status = 0;
     waitpid(pid, &status, 0);

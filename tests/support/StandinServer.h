@@ -10,6 +10,9 @@
 //   StandinServer named(o);                     // named instance on a free port
 //   named.port("VELDRIN"); named.resolutionPort();
 //
+//   o.instances = {{.name = "MSSQLSERVER", .seedArguments = {"--login", "chemist:Secret-1"}}};
+//   StandinServer seeded(o);                    // with the desktop database LFDesktop10
+//
 // Every instance gets its own data folder inside a temporary folder that is removed when the
 // fixture goes. The constructor returns once every port listens (or throws with the server's
 // output); the destructor sends SIGTERM and waits for the process. Each fixture is a separate
@@ -33,8 +36,10 @@ public:
         std::string name = "MSSQLSERVER";   // "MSSQLSERVER" is the default instance
         std::string machine = "LABHOST";    // the machine name it reports (SERVERPROPERTY, resolution)
         std::vector<Login> logins;          // created at start, besides sa
-        // Arguments for the seed tool (lf-standin-seed), run on the instance's data folder
-        // before the server starts; empty: no seeding. See tools/standin/README.md.
+        // Seeds the desktop database LFDesktop10 before the server starts: the arguments of
+        // lf-standin-seed after its --data, --machine and --instance (which the fixture gives),
+        // e.g. {"--user", "LAB\\ana:admin", "--structures", path}. Empty: no seeding; {""}: seed
+        // with no further arguments. See tools/standin/README.md.
         std::vector<std::string> seedArguments;
     };
     struct Options {
@@ -62,7 +67,8 @@ public:
     // A scratch folder next to the data folders (backup files, restore targets), removed with them.
     std::filesystem::path scratchFolder() const { return m_root / "scratch"; }
 
-    // A connection string for the FreeTDS ODBC driver straight to an instance's port.
+    // A connection string for the FreeTDS ODBC driver straight to an instance's port (TDS 7.4,
+    // UTF-8 text on the client side).
     std::string odbcConnectionString(const std::string& user, const std::string& password,
                                      const std::string& database = {}, const std::string& instance = {}) const;
     // sa's password: LABFOLIO_STANDIN_SA_PASSWORD, or the stand-in's default.

@@ -82,6 +82,24 @@ Catalog::Catalog(const std::string& dataFolder, const std::string& saPassword)
     m_db = SqliteDb(m_masterPath);
     if (isNew)
         create(dataFolder, saPassword);
+    m_db.exec("CREATE TABLE IF NOT EXISTS lf_server_identity (machine_name nvarchar(128), instance_name nvarchar(128))");
+}
+
+std::pair<std::string, std::string> Catalog::identity()
+{
+    std::lock_guard lock(m_mutex);
+    SqliteStmt s(m_db.get(), "SELECT machine_name, instance_name FROM lf_server_identity");
+    if (!s.step())
+        return {};
+    return {s.text(0), s.text(1)};
+}
+
+void Catalog::setIdentity(const std::string& machineName, const std::string& instanceName)
+{
+    std::lock_guard lock(m_mutex);
+    m_db.exec("DELETE FROM lf_server_identity");
+    SqliteStmt s(m_db.get(), "INSERT INTO lf_server_identity VALUES (?, ?)");
+    s.bind(1, machineName).bind(2, instanceName).step();
 }
 
 void Catalog::create(const std::string& dataFolder, const std::string& saPassword)
@@ -166,6 +184,9 @@ void Catalog::initializeDatabaseFile(sqlite3* db, const std::vector<uint8_t>& ow
 CREATE TABLE IF NOT EXISTS lf_database_role_members (
   role_principal_id int NOT NULL, member_principal_id int NOT NULL,
   PRIMARY KEY (role_principal_id, member_principal_id));
+CREATE TABLE IF NOT EXISTS lf_procedures (
+  name nvarchar(128) COLLATE NOCASE PRIMARY KEY, parameters nvarchar(-1), body nvarchar(-1),
+  create_date datetime, modify_date datetime);
 CREATE TABLE IF NOT EXISTS lf_database_permissions (
   class tinyint, class_desc nvarchar(60), major_id int, minor_id int, grantee_principal_id int,
   grantor_principal_id int, type char(4), permission_name nvarchar(128), state char(1), state_desc nvarchar(60),

@@ -41,6 +41,11 @@ public:
 
     std::string masterPath() const { return m_masterPath; }
 
+    // The machine and instance names recorded in the instance's folder (by the seeding
+    // command), for a server that is started without names of its own. Empty when none.
+    std::pair<std::string, std::string> identity();
+    void setIdentity(const std::string& machineName, const std::string& instanceName);
+
     std::optional<DatabaseRecord> database(const std::string& name);
     std::optional<DatabaseRecord> database(int id);
     std::vector<DatabaseRecord> databases();

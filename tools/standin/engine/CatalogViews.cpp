@@ -73,7 +73,7 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
         if (name == "TABLES")
             sql += " AND type = 'table'";
     } else if (schema == "INFORMATION_SCHEMA" && name == "TABLES") {
-        sql = "SELECT " + (databaseName.empty() ? std::string("db_name()") : sqlString(databaseName)) +
+        sql = "SELECT " + (databaseName.empty() ? std::string("lf_db_name()") : sqlString(databaseName)) +
               " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE type WHEN 'table' THEN "
               "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM {D}.sqlite_master WHERE type IN ('table','view') "
               "AND name NOT LIKE 'lf\\_%' ESCAPE '\\' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'";

@@ -4,6 +4,7 @@
 #include "SqlError.h"
 
 #include <cstdlib>
+#include <unistd.h>
 
 namespace standin {
 namespace {
@@ -12,6 +13,15 @@ std::string saPassword()
 {
     const char* env = std::getenv("LABFOLIO_STANDIN_SA_PASSWORD");
     return env && *env ? env : "Labfolio-sa1";
+}
+
+std::string shortHostName()
+{
+    char name[256] = {};
+    if (gethostname(name, sizeof name - 1) != 0)
+        return "localhost";
+    std::string host = name;
+    return host.substr(0, host.find('.'));
 }
 
 ServerMessage loginFailed(const std::string& user)
@@ -29,6 +39,13 @@ ServerMessage loginFailed(const std::string& user)
 EngineInstance::EngineInstance(const InstanceConfig& config)
     : m_config(config), m_catalog(config.dataFolder, saPassword())
 {
+    if (m_config.machineName.empty() || m_config.instanceName.empty()) {
+        const auto [machine, instance] = m_catalog.identity();
+        if (m_config.machineName.empty())
+            m_config.machineName = machine.empty() ? shortHostName() : machine;
+        if (m_config.instanceName.empty())
+            m_config.instanceName = instance.empty() ? "MSSQLSERVER" : instance;
+    }
 }
 
 bool EngineInstance::isDefaultInstance() const

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
+#include <cstdint>
+#include <thread>
 
 namespace standin {
 namespace {
@@ -129,6 +132,8 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             if (sink.cancelRequested())
                 break;
         }
+        if (next == SIZE_MAX)   // RETURN
+            break;
         pc = next;
     }
     --m_depth;
@@ -321,6 +326,20 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     case StmtKind::Restore:
         restore(s, sink);
         return;
+    case StmtKind::CreateProcedure:
+        createProcedure(s);
+        done(sink, 0, false, 0);
+        return;
+    case StmtKind::DropProcedure:
+        dropProcedures(s);
+        done(sink, 0, false, 0);
+        return;
+    case StmtKind::Return:
+        m_returnStatus = s.args.empty() ? 0
+                                        : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
+                                                                           columnInfoForType("int")));
+        next = SIZE_MAX;
+        return;
     case StmtKind::Nop:
         return;
     }
@@ -336,7 +355,20 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
             streamRows(st, s, sink);
             return;
         }
-        while (st.step()) {
+        // Two autocommit writers on one file can each hold a read lock and want the write
+        // lock; SQLite then refuses one of them at once instead of waiting. The refused
+        // statement has changed nothing, so it is simply run again.
+        for (int attempt = 0;; ++attempt) {
+            try {
+                while (st.step()) {
+                }
+                break;
+            } catch (const SqlError& e) {
+                if (e.number() != 1222 || m_inTransaction || attempt >= 3000)
+                    throw;
+                sqlite3_reset(st.get());
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
         }
         if (i == 0)
             changes = static_cast<uint64_t>(sqlite3_changes(m_db.get()));
@@ -378,8 +410,19 @@ void EngineSession::streamRows(SqliteStmt& st, const Stmt& s, ResultSink& sink)
     uint64_t count = 0;
     std::vector<Value> row(static_cast<size_t>(n));
     while (have) {
-        for (int i = 0; i < n; ++i)
-            row[static_cast<size_t>(i)] = normalizeValue(columnValue(st.get(), i), columns[static_cast<size_t>(i)]);
+        for (int i = 0; i < n; ++i) {
+            const ColumnInfo& c = columns[static_cast<size_t>(i)];
+            Value v = columnValue(st.get(), i);
+            if (c.type == SqlType::DateTime && std::holds_alternative<std::string>(v)) {
+                // Dates are stored as written; they leave in SQL Server's one format.
+                try {
+                    v = convertValue(v, "datetime");
+                } catch (const SqlError&) {
+                    // A text that is no date (SQLite let it in) is passed on as it is.
+                }
+            }
+            row[static_cast<size_t>(i)] = normalizeValue(v, c);
+        }
         sink.row(row);
         ++count;
         if (count % 64 == 0 && sink.cancelRequested())

@@ -59,6 +59,7 @@ private:
     std::map<int, std::pair<std::string, std::string>> m_prepared;   // sp_prepare handles
     int m_nextHandle = 1;
     int m_depth = 0;
+    std::optional<int64_t> m_returnStatus;   // set by RETURN
 
     // Batches and statements (EngineSession.cpp)
     void openDatabase(const DatabaseRecord& db);
@@ -81,6 +82,11 @@ private:
     int callProcedure(const std::string& procedure, std::vector<RpcParameter>& params, ResultSink& sink);
     int executeSql(std::vector<RpcParameter>& params, ResultSink& sink);
     void startSession(std::vector<RpcParameter>& params);
+    void createProcedure(const Stmt& s);
+    void dropProcedures(const Stmt& s);
+    bool findProcedure(const std::string& name, std::string& parameters, std::string& body);
+    int runProcedure(const std::string& name, const std::string& parameters, const std::string& body,
+                     std::vector<RpcParameter>& params, ResultSink& sink);
     void endSession(std::vector<RpcParameter>& params);
 
     // Administration (SessionAdmin.cpp)

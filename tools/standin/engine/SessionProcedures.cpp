@@ -303,7 +303,110 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         endSession(params);
         return 0;
     }
+    std::string definition, body;
+    if (findProcedure(key, definition, body))
+        return runProcedure(key, definition, body, params, sink);
     throw SqlError(2812, 16, "Could not find stored procedure '" + procedure + "'.");
+}
+
+bool EngineSession::findProcedure(const std::string& name, std::string& parameters, std::string& body)
+{
+    SqliteStmt table(m_db.get(), "SELECT 1 FROM main.sqlite_master WHERE name = 'lf_procedures'");
+    if (!table.step())
+        return false;
+    SqliteStmt s(m_db.get(), "SELECT parameters, body FROM main.lf_procedures WHERE name = ?");
+    s.bind(1, name);
+    if (!s.step())
+        return false;
+    parameters = s.text(0);
+    body = s.text(1);
+    return true;
+}
+
+void EngineSession::createProcedure(const Stmt& s)
+{
+    requireDbRole("db_ddladmin");
+    m_db.exec("CREATE TABLE IF NOT EXISTS main.lf_procedures (name nvarchar(128) COLLATE NOCASE PRIMARY KEY, "
+              "parameters nvarchar(-1), body nvarchar(-1), create_date datetime, modify_date datetime)");
+    std::string existingParams, existingBody;
+    const bool exists = findProcedure(s.name, existingParams, existingBody);
+    if (exists && !s.flag)
+        throw SqlError(2714, 16, "There is already an object named '" + s.name + "' in the database.");
+    if (!exists && s.flag)
+        throw SqlError(208, 16, "Invalid object name '" + s.name + "'.");
+    const std::string now = currentDateTime();
+    SqliteStmt ins(m_db.get(), "INSERT OR REPLACE INTO main.lf_procedures VALUES (?, ?, ?, ?, ?)");
+    ins.bind(1, s.name).bind(2, s.name2).bind(3, s.body).bind(4, now).bind(5, now).step();
+}
+
+void EngineSession::dropProcedures(const Stmt& s)
+{
+    requireDbRole("db_ddladmin");
+    for (const auto& name : s.targets) {
+        std::string p, b;
+        if (!findProcedure(name, p, b)) {
+            if (s.flag)
+                continue;
+            throw SqlError(3701, 11, "Cannot drop the procedure '" + name +
+                                         "', because it does not exist or you do not have permission.");
+        }
+        SqliteStmt d(m_db.get(), "DELETE FROM main.lf_procedures WHERE name = ?");
+        d.bind(1, name).step();
+    }
+}
+
+int EngineSession::runProcedure(const std::string& name, const std::string& definition, const std::string& body,
+                                std::vector<RpcParameter>& params, ResultSink& sink)
+{
+    const std::vector<ParameterDefinition> defs = parseParameterDefinitions(definition);
+    auto isDefinedName = [&](const std::string& n) {
+        return std::any_of(defs.begin(), defs.end(),
+                           [&](const ParameterDefinition& d) { return parameterKey(d.name) == parameterKey(n); });
+    };
+    // The procedure runs in a scope of its own: its parameters are its only variables.
+    std::map<std::string, Variable> outer = std::move(m_variables);
+    m_variables.clear();
+    std::vector<RpcParameter*> bound(defs.size(), nullptr);
+    try {
+        for (size_t i = 0; i < defs.size(); ++i) {
+            RpcParameter* arg = nullptr;
+            for (auto& p : params)
+                if (!p.name.empty() && parameterKey(p.name) == parameterKey(defs[i].name))
+                    arg = &p;
+            // Drivers may pass arguments unnamed or under names of their own (@P1...): those
+            // count by position.
+            if (!arg && i < params.size() && (params[i].name.empty() || !isDefinedName(params[i].name)))
+                arg = &params[i];
+            bound[i] = arg;
+            Variable v{defs[i].type, std::monostate{}};
+            if (arg && !(arg->output && std::holds_alternative<std::monostate>(arg->value) &&
+                         !defs[i].defaultExpr.empty()))
+                v.value = convertValue(arg->value, typeName(defs[i].type));
+            else if (!defs[i].defaultExpr.empty())
+                v.value = convertValue(evaluate(defs[i].defaultExpr), typeName(defs[i].type));
+            else if (!arg)
+                throw SqlError(201, 16, "Procedure or function '" + name + "' expects parameter '" + defs[i].name +
+                                            "', which was not supplied.");
+            m_variables[defs[i].name] = v;
+        }
+        std::map<std::string, ColumnInfo> types;
+        for (const auto& d : defs)
+            types[d.name] = d.type;
+        std::vector<Stmt> statements = translateBatch(body, types);
+        m_returnStatus.reset();
+        runStatements(statements, sink, name);
+    } catch (...) {
+        m_variables = std::move(outer);
+        throw;
+    }
+    for (size_t i = 0; i < defs.size(); ++i) {
+        if (bound[i] && bound[i]->output && defs[i].output)
+            bound[i]->value = m_variables[defs[i].name].value;
+    }
+    m_variables = std::move(outer);
+    const int status = static_cast<int>(m_returnStatus.value_or(0));
+    m_returnStatus.reset();
+    return status;
 }
 
 int EngineSession::executeSql(std::vector<RpcParameter>& params, ResultSink& sink)

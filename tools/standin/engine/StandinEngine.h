@@ -110,6 +110,8 @@ struct LoginRequest {
 };
 
 struct InstanceConfig {
+    // Left empty, these two take the names recorded in the data folder by lf-standin-seed
+    // (--machine, --instance), else this computer's short host name and "MSSQLSERVER".
     std::string instanceName;    // "MSSQLSERVER" for a default instance
     std::string machineName;     // what SERVERPROPERTY('MachineName') reports
     std::string dataFolder;      // one SQLite file per database; master holds the catalog

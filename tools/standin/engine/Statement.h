@@ -43,6 +43,9 @@ enum class StmtKind {
     AlterRoleMember,        // name = role, name2 = member, flag = add
     AlterServerRoleMember,  // name = role, name2 = login, flag = add
     Permission,             // name = GRANT/DENY/REVOKE, targets = permissions, name2 = object, args grantees
+    CreateProcedure,        // name; name2 = parameter list text; body = statements text; flag = ALTER
+    DropProcedure,          // targets = names; flag = IF EXISTS
+    Return,                 // args[0] the status, when given
     Backup,          // name = database; options (DISK first); flag = log backup
     Restore,         // name = database or the form (FILELISTONLY, HEADERONLY, VERIFYONLY)
     Nop,
@@ -79,6 +82,7 @@ struct Stmt {
     std::string name;
     std::string name2;
     std::string returnTarget;
+    std::string body;
     bool flag = false;
     size_t jumpTarget = 0;
 

@@ -83,9 +83,33 @@ struct ObjectName {
 
 class Parser {
 public:
-    Parser(std::vector<Token> tokens, const std::map<std::string, ColumnInfo>& vars)
-        : m_t(std::move(tokens)), m_varTypes(vars)
+    Parser(std::string sql, const std::map<std::string, ColumnInfo>& vars)
+        : m_sql(std::move(sql)), m_t(tokenize(m_sql)), m_varTypes(vars)
     {
+    }
+
+    // "@a int, @b nvarchar(10) = N'x' OUTPUT", optionally in parentheses, up to AS or the end.
+    std::vector<ParameterDefinition> parameterList()
+    {
+        std::vector<ParameterDefinition> defs;
+        const bool parenthesised = acceptOp("(");
+        while (peek().kind == TokenKind::Variable) {
+            ParameterDefinition d;
+            d.name = lowerOf(next().text);
+            accept("AS");
+            typeSpec(d.type);
+            if (acceptOp("="))
+                d.defaultExpr = unary().sql;
+            if (accept("OUTPUT") || accept("OUT"))
+                d.output = true;
+            accept("READONLY");
+            defs.push_back(d);
+            if (!acceptOp(","))
+                break;
+        }
+        if (parenthesised)
+            expectOp(")");
+        return defs;
     }
 
     std::vector<Stmt> parseBatch()
@@ -105,6 +129,7 @@ public:
     const Token& peek(size_t k = 0) const { return m_t[std::min(m_pos + k, m_t.size() - 1)]; }
 
 private:
+    std::string m_sql;
     std::vector<Token> m_t;
     size_t m_pos = 0;
     std::vector<Stmt> m_out;
@@ -984,7 +1009,12 @@ private:
             restoreStatement(line);
         } else if (kw == "GRANT" || kw == "DENY" || kw == "REVOKE") {
             permissionStatement(line);
-        } else if (kw == "WHILE" || kw == "GOTO" || kw == "RETURN" || kw == "WAITFOR" || kw == "MERGE" ||
+        } else if (kw == "RETURN") {
+            ++m_pos;
+            Stmt& s = emit(StmtKind::Return, line);
+            if (!atEnd() && !peek().op(";") && !(peek().kind == TokenKind::Identifier && kReserved.count(peek().upper)))
+                s.args.push_back({"", expr().sql});
+        } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" ||
                    kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" ||
                    kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" || kw == "SHUTDOWN" ||
                    kw == "KILL" || kw == "WITH") {
@@ -1225,6 +1255,10 @@ private:
                 // SQLite numbers rows itself only through an INTEGER PRIMARY KEY column.
                 def += "INTEGER PRIMARY KEY AUTOINCREMENT";
             } else {
+                // SQLite's type names take numbers only: (max) is kept as (-1), which reads back
+                // as (max).
+                if (auto m = type.find("(max)"); m != std::string::npos)
+                    type.replace(m, 5, "(-1)");
                 def += type;
                 if (isCharacterType(info))
                     def += " COLLATE NOCASE";
@@ -1360,6 +1394,8 @@ private:
             s.name = name();
             if (accept("AUTHORIZATION"))
                 s.name2 = name();
+        } else if (accept("PROC") || accept("PROCEDURE")) {
+            procedureDefinition(line, false);
         } else if (accept("VIEW")) {
             ObjectName n = objectName();
             expect("AS");
@@ -1394,6 +1430,15 @@ private:
             if (accept("ON"))
                 objectName();
             emit(StmtKind::Query, line).sql.push_back("DROP INDEX " + quoteIdent(n.name));
+        } else if (accept("PROC") || accept("PROCEDURE")) {
+            Stmt& s = emit(StmtKind::DropProcedure, line);
+            if (accept("IF")) {
+                expect("EXISTS");
+                s.flag = true;
+            }
+            do {
+                s.targets.push_back(objectName().name);
+            } while (acceptOp(","));
         } else if (accept("DATABASE")) {
             Stmt& s = emit(StmtKind::DropDatabase, line);
             do {
@@ -1410,10 +1455,41 @@ private:
         }
     }
 
+    // CREATE PROCEDURE takes the rest of the batch as its body, as in SQL Server. The body is
+    // parsed now, so that a procedure with a syntax error is refused when it is created.
+    void procedureDefinition(int line, bool alter)
+    {
+        ObjectName n = objectName();
+        const size_t paramsStart = peek().offset;
+        std::vector<ParameterDefinition> defs = parameterList();
+        const size_t paramsEnd = peek().offset;
+        if (accept("WITH")) {
+            do {
+                name();
+            } while (acceptOp(","));
+        }
+        expect("AS");
+        const size_t bodyStart = peek().offset;
+        std::map<std::string, ColumnInfo> types = m_varTypes;
+        for (const auto& d : defs)
+            types[d.name] = d.type;
+        const std::string body = m_sql.substr(bodyStart);
+        Parser bodyParser(body, types);
+        bodyParser.parseBatch();
+        Stmt& s = emit(StmtKind::CreateProcedure, line);
+        s.name = n.name;
+        s.name2 = m_sql.substr(paramsStart, paramsEnd - paramsStart);
+        s.body = body;
+        s.flag = alter;
+        m_pos = m_t.size() - 1;
+    }
+
     void alterStatement(int line)
     {
         expect("ALTER");
-        if (accept("DATABASE")) {
+        if (accept("PROC") || accept("PROCEDURE")) {
+            procedureDefinition(line, true);
+        } else if (accept("DATABASE")) {
             std::string db = name();
             if (accept("MODIFY")) {
                 expect("FILE");
@@ -1667,42 +1743,16 @@ private:
 
 std::vector<Stmt> translateBatch(const std::string& sql, const std::map<std::string, ColumnInfo>& variableTypes)
 {
-    Parser p(tokenize(sql), variableTypes);
+    Parser p(sql, variableTypes);
     return p.parseBatch();
 }
 
 std::vector<ParameterDefinition> parseParameterDefinitions(const std::string& text)
 {
-    std::vector<ParameterDefinition> defs;
-    auto tokens = tokenize(text);
-    size_t i = 0;
-    while (tokens[i].kind != TokenKind::End) {
-        if (tokens[i].kind != TokenKind::Variable)
-            throw SqlError(102, 15, "Incorrect syntax near '" + tokens[i].text + "'.");
-        ParameterDefinition d;
-        d.name = lowerOf(tokens[i].text);
-        ++i;
-        if (tokens[i].is("AS"))
-            ++i;
-        std::string type = lowerOf(tokens[i].text);
-        ++i;
-        if (tokens[i].op("(")) {
-            type += "(";
-            ++i;
-            while (tokens[i].kind != TokenKind::End && !tokens[i].op(")"))
-                type += lowerOf(tokens[i++].text);
-            type += ")";
-            ++i;
-        }
-        d.type = columnInfoForType(type);
-        if (tokens[i].is("OUTPUT") || tokens[i].is("OUT")) {
-            d.output = true;
-            ++i;
-        }
-        defs.push_back(d);
-        if (tokens[i].op(","))
-            ++i;
-    }
+    Parser p(text, {});
+    auto defs = p.parameterList();
+    if (!p.atEnd())
+        throw SqlError(102, 15, "Incorrect syntax near '" + p.peek().text + "'.");
     return defs;
 }
 

@@ -7,7 +7,6 @@
 #include <optional>
 #include <set>
 #include <sstream>
-#include <unistd.h>
 
 namespace standin::tds {
 
@@ -26,15 +25,6 @@ std::string upper(std::string s)
 {
     std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::toupper(c); });
     return s;
-}
-
-std::string defaultMachineName()
-{
-    char name[256] = {};
-    if (gethostname(name, sizeof name - 1) != 0)
-        return "LOCALHOST";
-    std::string s(name);
-    return upper(s.substr(0, s.find('.')));
 }
 
 uint16_t parsePort(const std::string& value, const std::string& where)
@@ -81,8 +71,14 @@ void check(ServerSettings& settings)
 {
     if (settings.instances.empty())
         throw ConfigError("no instance to serve");
+    for (const InstanceSettings& i : settings.instances)
+        if (i.config.dataFolder.empty())
+            throw ConfigError("instance " + i.config.instanceName + " has no data folder");
     std::set<std::string> names;
     for (InstanceSettings& i : settings.instances) {
+        // A single instance from the command line may leave its name to the data folder.
+        if (i.config.instanceName.empty() && settings.instances.size() == 1)
+            continue;
         if (!validInstanceName(i.config.instanceName))
             throw ConfigError("\"" + i.config.instanceName +
                               "\" is not an instance name (letters, digits, _ and $; 32 at most)");
@@ -90,8 +86,6 @@ void check(ServerSettings& settings)
             throw ConfigError("instance " + i.config.instanceName + " is configured twice");
         if (i.config.dataFolder.empty())
             throw ConfigError("instance " + i.config.instanceName + " has no data folder");
-        if (i.config.machineName.empty())
-            i.config.machineName = defaultMachineName();
     }
 }
 
@@ -184,7 +178,6 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
 {
     std::string configFile;
     InstanceSettings single;
-    single.config.instanceName = "MSSQLSERVER";
     bool singleGiven = false;
     std::optional<uint16_t> ssrpPort;
     bool noSsrp = false;

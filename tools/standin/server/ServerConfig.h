@@ -25,6 +25,8 @@ struct SqlLogin {
 };
 
 struct InstanceSettings {
+    // An empty machine name (or, for a single instance, an empty instance name) is left to the
+    // engine: the names recorded in the data folder by the seed tool, else this host's.
     InstanceConfig config;
     uint16_t port = 0;             // 0: any free port
     std::vector<SqlLogin> logins;  // created at start when missing

@@ -98,13 +98,8 @@ void TdsResultSink::message(const ServerMessage& message)
 void TdsResultSink::databaseChanged(const std::string& oldName, const std::string& newName)
 {
     writePendingDone(true);
+    // The engine follows this with its own 5701 message, as SQL Server does.
     m_tokens.envChange(EnvDatabase, newName, oldName);
-    ServerMessage info;
-    info.number = 5701;
-    info.state = 1;
-    info.severity = 0;
-    info.text = "Changed database context to '" + newName + "'.";
-    m_tokens.message(info);
     afterToken();
 }
 
@@ -142,7 +137,10 @@ void TdsResultSink::finishBatch()
 
 void TdsResultSink::finishProcedure(const std::vector<RpcParameter>& parameters, bool moreFollows)
 {
-    m_tokens.returnStatus(m_returnStatus.value_or(m_anyError ? -6 : 0));
+    // No status when the engine gives none: SQL Server answers a call to a procedure that does
+    // not exist with the error alone.
+    if (m_returnStatus)
+        m_tokens.returnStatus(*m_returnStatus);
     uint16_t ordinal = 0;
     for (const RpcParameter& p : parameters) {
         if (p.output) {

@@ -71,12 +71,13 @@ TdsServer::TdsServer(const ServerSettings& settings) : m_address(settings.addres
             l.instance = openInstance(s.config);
             if (!l.instance)
                 throw std::runtime_error("the engine could not open instance " + s.config.instanceName);
-            l.fd = bindSocket(SOCK_STREAM, m_address, s.port, "instance " + s.config.instanceName);
+            l.fd = bindSocket(SOCK_STREAM, m_address, s.port, "instance " + l.instance->config().instanceName);
             l.port = boundPort(l.fd);
             m_listeners.push_back(std::move(l));
             createLogins(m_listeners.back());
-            m_directory.push_back(
-                {s.config.machineName, s.config.instanceName, s.config.productVersion, m_listeners.back().port});
+            // The engine's view of the names: it fills in what the configuration left open.
+            const InstanceConfig& named = m_listeners.back().instance->config();
+            m_directory.push_back({named.machineName, named.instanceName, named.productVersion, m_listeners.back().port});
         }
         if (settings.resolutionProtocol) {
             m_udpFd = bindSocket(SOCK_DGRAM, m_address, settings.resolutionPort, "the resolution protocol");
@@ -112,7 +113,7 @@ void TdsServer::createLogins(Listener& listener)
 void TdsServer::announce(std::ostream& out) const
 {
     for (const Listener& l : m_listeners)
-        out << "instance " << l.settings.config.instanceName << " listening on " << m_address << ":" << l.port << "\n";
+        out << "instance " << l.instance->config().instanceName << " listening on " << m_address << ":" << l.port << "\n";
     if (m_udpFd >= 0)
         out << "resolution protocol on udp " << m_address << ":" << m_udpPort << "\n";
     out.flush();

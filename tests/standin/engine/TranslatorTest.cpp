@@ -1,0 +1,209 @@
+#include "EngineFixture.h"
+
+using namespace standin;
+
+namespace {
+
+// T-SQL in, rows out: each case runs on a database holding a small people table.
+struct Case {
+    const char* name;
+    const char* sql;
+    std::vector<std::vector<Value>> rows;
+};
+
+const char* const kSetup = R"(
+CREATE TABLE [dbo].[ELN_people] (
+  [person_id] int IDENTITY(1,1) NOT NULL PRIMARY KEY,
+  [Username] nvarchar(100) NOT NULL,
+  [is_administrator] bit NOT NULL DEFAULT 0,
+  [joined] datetime NULL
+)
+INSERT INTO ELN_people (Username, is_administrator, joined) VALUES (N'LAB\alice', 1, '2024-01-31 08:30:00')
+INSERT ELN_people (Username) VALUES ('LAB\bob')
+INSERT INTO dbo.ELN_people (Username, joined) VALUES (N'LAB\carol', '2023-12-01')
+)";
+
+const std::vector<Case> kCases = {
+    {"count with lower-case from", "SELECT COUNT(*) from ELN_people WHERE Username = 'LAB\\bob'", {{V(1)}}},
+    {"string comparison ignores case", "SELECT COUNT(*) FROM ELN_people WHERE Username = 'lab\\ALICE'", {{V(1)}}},
+    {"bracketed names and order", "SELECT [Username] FROM [ELN_people] ORDER BY [person_id] DESC",
+     {{V("LAB\\carol")}, {V("LAB\\bob")}, {V("LAB\\alice")}}},
+    {"TOP n", "SELECT TOP 2 Username FROM ELN_people ORDER BY Username", {{V("LAB\\alice")}, {V("LAB\\bob")}}},
+    {"TOP (n)", "SELECT TOP (1) person_id FROM ELN_people ORDER BY person_id DESC", {{V(3)}}},
+    {"identity numbering", "SELECT person_id FROM ELN_people WHERE Username = N'LAB\\carol'", {{V(3)}}},
+    {"bit default", "SELECT is_administrator FROM ELN_people ORDER BY person_id", {{V(1)}, {V(0)}, {V(0)}}},
+    {"three-part name of the current database", "SELECT COUNT(*) FROM Lab.dbo.ELN_people", {{V(3)}}},
+    {"string concatenation with +", "SELECT 'user: ' + Username FROM ELN_people WHERE person_id = 2",
+     {{V("user: LAB\\bob")}}},
+    {"numeric + on a numeric string", "SELECT '40' + 2", {{V(42)}}},
+    {"CONVERT to nvarchar truncates", "SELECT CONVERT(nvarchar(3), Username) FROM ELN_people WHERE person_id = 1",
+     {{V("LAB")}}},
+    {"CONVERT of a number", "SELECT CONVERT(nvarchar(10), 12) + 'x'", {{V("12x")}}},
+    {"CAST to int", "SELECT CAST('17' AS int) + 1", {{V(18)}}},
+    {"ISNULL", "SELECT ISNULL(joined, 'never') FROM ELN_people WHERE person_id = 2", {{V("never")}}},
+    {"LEN ignores trailing blanks", "SELECT LEN(N'abc  ')", {{V(3)}}},
+    {"datetime text", "SELECT joined FROM ELN_people WHERE person_id = 3", {{V("2023-12-01 00:00:00.000")}}},
+    {"CASE", "SELECT CASE WHEN is_administrator = 1 THEN 'admin' ELSE 'user' END FROM ELN_people ORDER BY person_id",
+     {{V("admin")}, {V("user")}, {V("user")}}},
+    {"IN list and NOT LIKE", "SELECT COUNT(*) FROM ELN_people WHERE person_id IN (1, 3) AND Username NOT LIKE '%bob'",
+     {{V(2)}}},
+    {"subquery", "SELECT Username FROM ELN_people WHERE person_id = (SELECT MAX(person_id) FROM ELN_people)",
+     {{V("LAB\\carol")}}},
+    {"GROUP BY with alias = expression", "SELECT admins = COUNT(*) FROM ELN_people GROUP BY is_administrator ORDER BY 1",
+     {{V(1)}, {V(2)}}},
+    {"variables", "DECLARE @n int\nSET @n = 2\nSELECT Username FROM ELN_people WHERE person_id = @n",
+     {{V("LAB\\bob")}}},
+    {"SELECT into a variable", "DECLARE @u nvarchar(50)\nSELECT @u = Username FROM ELN_people WHERE person_id = 1\nSELECT @u",
+     {{V("LAB\\alice")}}},
+    {"statements separated only by keywords", "UPDATE ELN_people SET is_administrator = 1 WHERE person_id = 2 "
+                                              "SELECT COUNT(*) FROM ELN_people WHERE is_administrator = 1",
+     {{V(2)}}},
+    {"UPDATE with CONVERT(nvarchar(255), newid())",
+     "UPDATE ELN_people SET Username = CONVERT(nvarchar(255), newid()) WHERE person_id = 3; "
+     "SELECT LEN(Username) FROM ELN_people WHERE person_id = 3",
+     {{V(36)}}},
+    {"DELETE", "DELETE FROM ELN_people WHERE person_id > 1; SELECT COUNT(*) FROM ELN_people", {{V(1)}}},
+    {"IF / ELSE", "IF (SELECT COUNT(*) FROM ELN_people) > 2 SELECT 'many' ELSE SELECT 'few'", {{V("many")}}},
+    {"IF EXISTS with BEGIN END", "IF EXISTS (SELECT * FROM ELN_people WHERE person_id = 9) BEGIN SELECT 1 END ELSE "
+                                 "BEGIN SELECT 2 END",
+     {{V(2)}}},
+    {"DATEADD and DATEDIFF", "SELECT DATEDIFF(day, '2024-01-30', DATEADD(month, 1, '2024-01-31'))", {{V(30)}}},
+    {"comments", "SELECT /* a /* nested */ comment */ 5 -- trailing\n", {{V(5)}}},
+    {"sp_executesql through EXEC", "EXEC sp_executesql N'SELECT @a + 1', N'@a int', @a = 41", {{V(42)}}},
+    {"EXEC of a string", "EXEC ('SELECT ''dynamic''')", {{V("dynamic")}}},
+    {"temporary table", "CREATE TABLE #t (x int); INSERT INTO #t VALUES (7), (8); SELECT SUM(x) FROM #t", {{V(15)}}},
+};
+
+class TranslatorTest : public EngineTest {};
+
+}  // namespace
+
+TEST_F(TranslatorTest, TableOfStatements)
+{
+    auto admin = sa();
+    ok(*admin, "CREATE DATABASE Lab");
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.name);
+        auto s = sa("Lab");
+        ok(*s, "DROP TABLE IF EXISTS ELN_people");
+        ok(*s, kSetup);
+        auto sink = ok(*s, c.sql);
+        // The last result set is the one each case is about.
+        size_t sets = 0;
+        for (const auto& e : sink.events)
+            if (e.kind == RecordingSink::Event::Columns)
+                ++sets;
+        ASSERT_GT(sets, 0u);
+        EXPECT_EQ(sink.rowsOf(sets - 1), c.rows);
+    }
+}
+
+TEST_F(TranslatorTest, TypesOfResultColumns)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Types");
+    ok(*s, "USE Types; CREATE TABLE t (i int, b bigint, f bit, n nvarchar(40), nm nvarchar(max), v varchar(12), "
+           "d datetime, g uniqueidentifier, bin varbinary(16), x float)");
+    ok(*s, "INSERT INTO t VALUES (1, 2, 1, N'n', N'm', 'v', GETDATE(), NEWID(), 0x0102, 1.5)");
+    auto sink = ok(*s, "SELECT i, b, f, n, nm, v, d, g, bin, x, CONVERT(nvarchar(255), NEWID()), COUNT(*) AS c "
+                       "FROM t GROUP BY i, b, f, n, nm, v, d, g, bin, x");
+    auto cols = sink.columnsOf(0);
+    ASSERT_EQ(cols.size(), 12u);
+    const std::vector<std::pair<SqlType, int32_t>> expected = {
+        {SqlType::Int, 4},       {SqlType::BigInt, 8},     {SqlType::Bit, 1},
+        {SqlType::NVarChar, 40}, {SqlType::NVarChar, -1},  {SqlType::VarChar, 12},
+        {SqlType::DateTime, 8},  {SqlType::UniqueIdentifier, 16}, {SqlType::VarBinary, 16},
+        {SqlType::Float, 8},     {SqlType::NVarChar, 255}, {SqlType::Int, 4}};
+    for (size_t i = 0; i < expected.size(); ++i) {
+        SCOPED_TRACE(cols[i].name);
+        EXPECT_EQ(cols[i].type, expected[i].first);
+        EXPECT_EQ(cols[i].maxLength, expected[i].second);
+    }
+    EXPECT_EQ(cols[0].name, "i");
+    EXPECT_EQ(cols[10].name, "");
+    EXPECT_EQ(cols[11].name, "c");
+    auto row = sink.rows().at(0);
+    EXPECT_EQ(row[2], V(1));
+    EXPECT_EQ(row[8], Value(std::vector<uint8_t>{1, 2}));
+    EXPECT_EQ(row[9], Value(1.5));
+    EXPECT_EQ(std::get<std::string>(row[6]).size(), 23u);   // YYYY-MM-DD hh:mm:ss.fff
+    EXPECT_EQ(std::get<std::string>(row[7]).size(), 36u);
+}
+
+TEST_F(TranslatorTest, SyntaxErrorsStopTheWholeBatch)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Syn");
+    auto sink = run(*s, "USE Syn; CREATE TABLE a (x int); SELECT FROM WHERE");
+    auto errors = sink.errors();
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].number, 156);
+    EXPECT_EQ(errors[0].severity, 15);
+    EXPECT_EQ(errors[0].text, "Incorrect syntax near the keyword 'FROM'.");
+    // Nothing ran: not even the USE.
+    EXPECT_EQ(s->currentDatabase(), "master");
+    auto sink2 = run(*s, "SELECT 1 +");
+    ASSERT_EQ(sink2.errors().size(), 1u);
+    EXPECT_EQ(sink2.errors()[0].number, 102);
+    EXPECT_EQ(sink2.errors()[0].text, "Incorrect syntax near '+'.");
+}
+
+TEST_F(TranslatorTest, RuntimeErrorsEndOnlyTheirStatement)
+{
+    auto s = sa();
+    auto sink = run(*s, "SELECT * FROM missing_table\nSELECT 2");
+    auto errors = sink.errors();
+    ASSERT_EQ(errors.size(), 1u);
+    EXPECT_EQ(errors[0].number, 208);
+    EXPECT_EQ(errors[0].text, "Invalid object name 'missing_table'.");
+    EXPECT_EQ(errors[0].line, 1);
+    EXPECT_EQ(sink.rows(), (std::vector<std::vector<Value>>{{V(2)}}));
+    auto conv = run(*s, "SELECT CONVERT(int, 'abc')");
+    ASSERT_EQ(conv.errors().size(), 1u);
+    EXPECT_EQ(conv.errors()[0].number, 245);
+}
+
+TEST_F(TranslatorTest, UnsupportedStatementsNameWhatIsMissing)
+{
+    auto s = sa();
+    auto sink = run(*s, "WHILE 1 = 1 PRINT 'x'");
+    ASSERT_EQ(sink.errors().size(), 1u);
+    EXPECT_EQ(sink.errors()[0].number, 50000);
+    EXPECT_EQ(sink.errors()[0].severity, 16);
+    EXPECT_NE(sink.errors()[0].text.find("WHILE"), std::string::npos);
+    auto unknownFunction = run(*s, "SELECT SOUNDEX('x')");
+    ASSERT_EQ(unknownFunction.errors().size(), 1u);
+    EXPECT_EQ(unknownFunction.errors()[0].number, 195);
+    EXPECT_EQ(unknownFunction.errors()[0].text, "'soundex' is not a recognized built-in function name.");
+}
+
+TEST_F(TranslatorTest, PrintUseAndRowCounts)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Other");
+    auto sink = ok(*s, "PRINT 'hello'\nUSE Other\nCREATE TABLE t (x int)\nINSERT INTO t VALUES (1), (2), (3)\n"
+                       "SET NOCOUNT ON\nUPDATE t SET x = 0");
+    auto msgs = sink.messages();
+    ASSERT_EQ(msgs.size(), 2u);
+    EXPECT_EQ(msgs[0].text, "hello");
+    EXPECT_EQ(msgs[0].number, 0);
+    EXPECT_EQ(msgs[1].number, 5701);
+    EXPECT_EQ(msgs[1].text, "Changed database context to 'Other'.");
+    EXPECT_EQ(s->currentDatabase(), "Other");
+    bool changed = false;
+    std::vector<DoneInfo> dones;
+    for (const auto& e : sink.events) {
+        if (e.kind == RecordingSink::Event::DatabaseChanged) {
+            changed = true;
+            EXPECT_EQ(e.text, "master");
+            EXPECT_EQ(e.text2, "Other");
+        }
+        if (e.kind == RecordingSink::Event::Done)
+            dones.push_back(e.done);
+    }
+    EXPECT_TRUE(changed);
+    ASSERT_EQ(dones.size(), 3u);   // CREATE TABLE, INSERT, UPDATE
+    EXPECT_TRUE(dones[1].hasRowCount);
+    EXPECT_EQ(dones[1].rowCount, 3u);
+    EXPECT_FALSE(dones[2].hasRowCount);   // NOCOUNT
+}
