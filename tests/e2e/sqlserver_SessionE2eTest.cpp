@@ -17,7 +17,7 @@ struct Desktop {
         m.sa("VELDRIN")->Execute("CREATE DATABASE LFDesktop10");
         auto c = m.sa("VELDRIN", "LFDesktop10");
         c->Execute("CREATE TABLE ELN_chemical_structures (primary_key int NOT NULL PRIMARY KEY, CDXML "
-                   "nvarchar(4000) NULL, "
+                   "nvarchar(max) NULL, "
                    "MOL_ID int NULL)");
         for (int i = 1; i <= 25; ++i)
             c->Execute("INSERT INTO ELN_chemical_structures (primary_key, CDXML, MOL_ID) VALUES (" +
@@ -223,4 +223,20 @@ TEST(SessionE2e, UpdateThatTouchesNothingCountsZeroAndLaterRowsStillCome)
                              "SELECT COUNT(*) AS n FROM ELN_chemical_structures");
     ASSERT_FALSE(rs->IsEOF());
     EXPECT_EQ(rs->Field("n").toInt(), 25);
+}
+
+TEST(SessionE2e, LongTextComesWhole)
+{
+    Desktop d;
+    std::string big = "<CDXML>";
+    for (int i = 0; big.size() < 70000; ++i)
+        big += "<n id=\"" + std::to_string(i) + "\" p=\"1.5 2.5\" Element=\"6\"/>";
+    big += "</CDXML>";
+    d.m.sa("VELDRIN", "LFDesktop10")
+        ->Execute("UPDATE ELN_chemical_structures SET CDXML = N'" + big + "' WHERE primary_key = 2");
+    auto c = d.open();
+    auto rs = c->OpenStatic("SELECT CDXML FROM ELN_chemical_structures WHERE primary_key = 2");
+    ASSERT_FALSE(rs->IsEOF());
+    EXPECT_EQ(rs->Field("CDXML").actualSize(), big.size());
+    EXPECT_EQ(rs->Field("CDXML").toText(), big);
 }
