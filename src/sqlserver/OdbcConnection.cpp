@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 #include "ConnectionError.h"
 #include "LfError.h"
@@ -364,12 +365,15 @@ OdbcConnection::Running::Running(OdbcConnection& c) : m_c(c), m_stmt(SQL_HANDLE_
 {
     std::lock_guard lock(m_c.m_cancelMutex);
     m_c.m_running = m_stmt.get();
+    m_c.m_runningThread = std::this_thread::get_id();
+    m_c.m_cancelPending = false;
 }
 
 OdbcConnection::Running::~Running()
 {
     std::lock_guard lock(m_c.m_cancelMutex);
     m_c.m_running = SQL_NULL_HSTMT;
+    m_c.m_cancelPending = false;
     m_stmt.reset();
 }
 
@@ -501,6 +505,11 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                 visitor.rowCount(static_cast<long>(count));
             }
         }
+        if (takeCancelPending() || (abortRequested && abortRequested())) {
+            if (!cancelFromWithin(s, visitor, errorsAsMessages))
+                ok = false;
+            break;
+        }
         rc = SQLMoreResults(s);
         if (rc == SQL_NO_DATA) {
             const auto last = drainDiagnostics(s, &visitor, errorsAsMessages);
@@ -600,8 +609,34 @@ void OdbcConnection::SetMessageHandler(std::function<void(const ServerMessage&)>
 void OdbcConnection::Cancel()
 {
     std::lock_guard lock(m_cancelMutex);
-    if (m_running != SQL_NULL_HSTMT)
+    if (m_running == SQL_NULL_HSTMT)
+        return;
+    // On the statement's own thread the driver would cancel at once and throw the server's
+    // answer away; the statement loop cancels between two results instead and reads it.
+    if (std::this_thread::get_id() == m_runningThread)
+        m_cancelPending = true;
+    else
         SQLCancel(m_running);
+}
+
+bool OdbcConnection::takeCancelPending()
+{
+    std::lock_guard lock(m_cancelMutex);
+    return std::exchange(m_cancelPending, false);
+}
+
+bool OdbcConnection::cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages)
+{
+    SQLCancel(stmt);
+    auto errors = drainDiagnostics(stmt, &visitor, errorsAsMessages);
+    if (errors.empty()) {
+        errors.push_back(ServerMessage{"HY008", 0, 16, 0, 0, {}, {}, "Operation canceled"});
+        if (errorsAsMessages)
+            visitor.message(errors.back(), true);
+    }
+    if (!errorsAsMessages)
+        throw errorFromDiagnostics(errors);
+    return false;
 }
 
 void OdbcConnection::Close()

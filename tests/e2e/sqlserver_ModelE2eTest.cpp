@@ -297,3 +297,30 @@ TEST(ServerModelE2e, AbortEndsARestoreAndTheTargetIsNotLeftAsARestoredDatabase)
     }
     EXPECT_FALSE(usable);
 }
+
+TEST(ServerModelE2e, AbortFromTheProgressNotificationEndsTheBackup)
+{
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 100);
+    makeDatabase(m, "VELDRIN", "LFDesktop10", 5);
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    auto s = connectAs("PC1\\VELDRIN");
+    OperationControl control;
+    std::vector<int> percents;
+    // As the progress page does: a Stop seen in a notification aborts the running backup.
+    control.onProgress = [&](int p, const std::string&) {
+        percents.push_back(p);
+        if (p >= 20)
+            control.Abort();
+    };
+    try {
+        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+                  control);
+        FAIL() << "the backup was not aborted";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.number(), 0x80040000u + 3204u) << e.description();
+    }
+    ASSERT_FALSE(percents.empty());
+    EXPECT_LT(percents.back(), 100);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_FALSE(s->Databases().empty());
+}
