@@ -627,8 +627,11 @@ bool OdbcConnection::takeCancelPending()
 
 bool OdbcConnection::cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages)
 {
+    // FreeTDS stops the request here and hands over what the server answered; drivers that
+    // take a cancel between results as doing nothing stop it when the results are closed.
     SQLCancel(stmt);
     auto errors = drainDiagnostics(stmt, &visitor, errorsAsMessages);
+    SQLFreeStmt(stmt, SQL_CLOSE);
     if (errors.empty()) {
         errors.push_back(ServerMessage{"HY008", 0, 16, 0, 0, {}, {}, "Operation canceled"});
         if (errorsAsMessages)
