@@ -308,7 +308,7 @@ void describeColumns(SQLHSTMT s, std::vector<std::string>& names, std::vector<SQ
         SQLCHAR name[512] = {0};
         SQLSMALLINT nameLen = 0, type = 0, digits = 0, nullable = 0;
         SQLULEN size = 0;
-        SQLDescribeColA(s, i, name, sizeof name, &nameLen, &type, &size, &digits, &nullable);
+        SQLDescribeCol(s, i, name, sizeof name, &nameLen, &type, &size, &digits, &nullable);
         names.emplace_back(reinterpret_cast<char*>(name));
         types.push_back(type);
     }
