@@ -5,6 +5,7 @@
 
 #include "Connection.h"
 #include "SQLServerUtils.h"
+#include "ServerManager.h"
 #include "sqlserver_E2eSupport.h"
 
 using namespace sqlserver;
@@ -239,4 +240,23 @@ TEST(SessionE2e, LongTextComesWhole)
     ASSERT_FALSE(rs->IsEOF());
     EXPECT_EQ(rs->Field("CDXML").actualSize(), big.size());
     EXPECT_EQ(rs->Field("CDXML").toText(), big);
+}
+
+TEST(SessionE2e, ClosedConnectionAndDisconnectedServerRefuseWork)
+{
+    Desktop d;
+    auto c = d.open();
+    c->Close();
+    try {
+        c->Execute("SELECT 1");
+        FAIL();
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.description(), "the operation is not allowed when the connection is closed");
+    }
+    ConnectOptions o;
+    o.server = "PC1\\VELDRIN";
+    auto s = serverManager().Connect(o);
+    s->DisConnect();
+    s->DisConnect(); // twice is harmless
+    EXPECT_THROW(s->Databases(), LfError);
 }
