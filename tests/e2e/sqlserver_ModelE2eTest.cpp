@@ -162,7 +162,8 @@ TEST(ServerModelE2e, UnknownInstanceDoesNotExist)
 
 TEST(ServerModelE2e, BackupReportsRisingProgressToOneHundred)
 {
-    StandinMachine m({StandinMachine::instance("VELDRIN")});
+    // Steps of 200 ms: the whole backup takes two seconds after its first report.
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200);
     makeDatabase(m, "VELDRIN", "LFDesktop10", 20);
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     std::vector<int> percents;
