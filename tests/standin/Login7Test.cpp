@@ -8,12 +8,14 @@ using namespace standin::tds;
 namespace {
 
 // A LOGIN7 record as a client builds it.
-Bytes buildLogin(uint32_t version, const std::string& user, const std::string& password, const std::string& db)
+Bytes buildLogin(uint32_t version, const std::string& user, const std::string& password,
+                 const std::string& db)
 {
     const std::string fields[] = {"WS1", user, password, "app", "srv", "", "ODBC", "", db};
     ByteWriter fixed;
     ByteWriter data;
-    const size_t headerSize = 36 + 9 * 4 + 6 + 4 * 5;   // offsets block incl. client id, SSPI, attach, change pw, long SSPI
+    const size_t headerSize =
+        36 + 9 * 4 + 6 + 4 * 5; // offsets block incl. client id, SSPI, attach, change pw, long SSPI
     fixed.u32(0);
     fixed.u32(version);
     fixed.u32(8192);
@@ -47,13 +49,17 @@ Bytes buildLogin(uint32_t version, const std::string& user, const std::string& p
     return all;
 }
 
-}  // namespace
+} // namespace
 
 TEST(Login7, DecodesNamesAndTheObfuscatedPassword)
 {
-    const Login7Request login = parseLogin7(buildLogin(0x74000004, "chemist", "S\xC3\xA9" "cret-1", "Labfolio"));
+    const Login7Request login = parseLogin7(buildLogin(0x74000004, "chemist",
+                                                       "S\xC3\xA9"
+                                                       "cret-1",
+                                                       "Labfolio"));
     EXPECT_EQ(login.userName, "chemist");
-    EXPECT_EQ(login.password, "S\xC3\xA9" "cret-1");
+    EXPECT_EQ(login.password, "S\xC3\xA9"
+                              "cret-1");
     EXPECT_EQ(login.database, "Labfolio");
     EXPECT_EQ(login.hostName, "WS1");
     EXPECT_EQ(login.appName, "app");
@@ -64,7 +70,7 @@ TEST(Login7, DecodesNamesAndTheObfuscatedPassword)
 TEST(Login7, FieldPointingOutsideTheRecordIsRejected)
 {
     Bytes login = buildLogin(0x74000004, "sa", "pw", "");
-    login[36 + 4] = 0xF0;   // user name offset far past the end
+    login[36 + 4] = 0xF0; // user name offset far past the end
     login[36 + 5] = 0x7F;
     EXPECT_THROW(parseLogin7(login), ProtocolError);
     EXPECT_THROW(parseLogin7(Bytes(20, 0)), ProtocolError);
@@ -76,7 +82,7 @@ TEST(Login7, AnswersWithTheVersionTheClientCanTake)
     EXPECT_EQ(negotiateTdsVersion(0x730B0003), kTds73B);
     EXPECT_EQ(negotiateTdsVersion(0x72090002), kTds72);
     EXPECT_EQ(negotiateTdsVersion(0x71000001), kTds71);
-    EXPECT_EQ(negotiateTdsVersion(0x01000071), kTds71);   // sent the other way round
+    EXPECT_EQ(negotiateTdsVersion(0x01000071), kTds71); // sent the other way round
     EXPECT_EQ(negotiateTdsVersion(0x75000000), kTds74);
     EXPECT_EQ(negotiateTdsVersion(0x70000000), 0u);
 }

@@ -1,5 +1,7 @@
 #include "OdbcTestClient.h"
 
+#include <cstring>
+
 namespace {
 std::string describe(const std::string& what, const std::vector<OdbcDiag>& diags)
 {
@@ -8,7 +10,7 @@ std::string describe(const std::string& what, const std::vector<OdbcDiag>& diags
         s += "\n  [" + d.state + "] (" + std::to_string(d.native) + ") " + d.text;
     return s;
 }
-}  // namespace
+} // namespace
 
 OdbcError::OdbcError(const std::string& what, std::vector<OdbcDiag> d)
     : std::runtime_error(describe(what, d)), diags(std::move(d))
@@ -37,9 +39,9 @@ OdbcConnection::OdbcConnection(const std::string& connectionString)
     SQLSetEnvAttr(m_env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
     SQLAllocHandle(SQL_HANDLE_DBC, m_env, &m_dbc);
     SQLSetConnectAttr(m_dbc, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(10), 0);
-    const SQLRETURN rc =
-        SQLDriverConnect(m_dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())),
-                         SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+    const SQLRETURN rc = SQLDriverConnect(
+        m_dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())), SQL_NTS,
+        nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc)) {
         auto diags = odbcDiagnostics(SQL_HANDLE_DBC, m_dbc);
         SQLFreeHandle(SQL_HANDLE_DBC, m_dbc);
@@ -73,7 +75,8 @@ void OdbcStatement::check(SQLRETURN rc, const char* what) const
 
 SQLRETURN OdbcStatement::execute(const std::string& sql)
 {
-    const SQLRETURN rc = SQLExecDirect(m_stmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
+    const SQLRETURN rc =
+        SQLExecDirect(m_stmt, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
     check(rc, ("SQLExecDirect: " + sql).c_str());
     return rc;
 }
@@ -105,9 +108,12 @@ std::vector<std::vector<std::optional<std::string>>> OdbcStatement::fetchAll()
                             isNull = true;
                             break;
                         }
-                        const size_t got = (indicator == SQL_NO_TOTAL || indicator >= static_cast<SQLLEN>(sizeof buf))
-                                               ? sizeof buf - 1
-                                               : static_cast<size_t>(indicator);
+                        // A truncated chunk is NUL-terminated and may stop short of the buffer
+                        // (binary shown as hex comes in whole byte pairs).
+                        const bool truncated =
+                            indicator == SQL_NO_TOTAL || indicator >= static_cast<SQLLEN>(sizeof buf);
+                        const size_t got =
+                            truncated ? strnlen(buf, sizeof buf - 1) : static_cast<size_t>(indicator);
                         value.append(buf, got);
                         if (g == SQL_SUCCESS)
                             break;

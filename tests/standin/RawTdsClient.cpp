@@ -118,9 +118,11 @@ bool RawTdsClient::closedByServer(int timeoutMs)
     }
 }
 
-Bytes RawTdsClient::buildLogin7(const std::string& user, const std::string& password, const std::string& database)
+Bytes RawTdsClient::buildLogin7(const std::string& user, const std::string& password,
+                                const std::string& database)
 {
-    const std::string fields[] = {"rawclient", user, password, "RawTdsClient", "127.0.0.1", "", "raw", "", database};
+    const std::string fields[] = {"rawclient", user,  password, "RawTdsClient", "127.0.0.1",
+                                  "",          "raw", "",       database};
     constexpr size_t headerSize = 36 + 9 * 4 + 6 + 4 * 5;
     ByteWriter fixed;
     ByteWriter data;

@@ -51,14 +51,15 @@ public:
     bool closedByServer(int timeoutMs = 5000);
 
     // PRELOGIN then LOGIN7; returns the tokens of the login response.
-    std::vector<RawToken> login(const std::string& user, const std::string& password, const std::string& database = {});
+    std::vector<RawToken> login(const std::string& user, const std::string& password,
+                                const std::string& database = {});
     void sendBatch(const std::string& sql);
     void sendAttention() { sendPacket(0x06, {}); }
     // Ends the client's side of the stream (the server sees end-of-file; replies still arrive).
     void finishSending();
 
     static standin::tds::Bytes buildLogin7(const std::string& user, const std::string& password,
-                                            const std::string& database);
+                                           const std::string& database);
     // Tokens contained in a payload (the subset listed above). Throws on anything else.
     static std::vector<RawToken> parseTokens(const standin::tds::Bytes& payload);
 

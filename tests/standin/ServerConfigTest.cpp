@@ -33,7 +33,7 @@ TEST(ServerConfig, ReadsInstancesFromTheFile)
     EXPECT_FALSE(s.instances[0].logins[0].sysadmin);
     EXPECT_TRUE(s.instances[0].logins[1].sysadmin);
     EXPECT_EQ(s.instances[1].config.dataFolder, "/tmp/default");
-    EXPECT_EQ(s.instances[1].config.machineName, "");   // the engine's to decide
+    EXPECT_EQ(s.instances[1].config.machineName, ""); // the engine's to decide
 }
 
 TEST(ServerConfig, MistakesNameTheLine)

@@ -29,7 +29,7 @@ std::string whyPort1434Unusable()
     return why;
 }
 
-}  // namespace
+} // namespace
 
 TEST(StandinNamedInstance, FreeTdsFindsTheInstanceThroughTheResolutionProtocol)
 {

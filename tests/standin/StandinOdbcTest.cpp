@@ -64,13 +64,14 @@ protected:
         OdbcStatement s(c);
         s.execute("CREATE DATABASE Lab1");
         s.execute("CREATE TABLE Lab1.dbo.samples (id int PRIMARY KEY, name nvarchar(50))");
-        s.execute("INSERT INTO Lab1.dbo.samples (id, name) VALUES (1, N'benzene'), (2, N'toluene'), (3, N'xylene')");
+        s.execute("INSERT INTO Lab1.dbo.samples (id, name) VALUES (1, N'benzene'), (2, N'toluene'), (3, "
+                  "N'xylene')");
     }
 
     std::unique_ptr<StandinServer> m_server;
 };
 
-}  // namespace
+} // namespace
 
 TEST_F(StandinOdbcTest, SaLogsInAndListsDatabases)
 {
@@ -107,7 +108,8 @@ TEST_F(StandinOdbcTest, ClientsOfTds71To74AllGetLongTextAndDatabaseChanges)
         s.query("USE Notes");
         SQLCHAR catalog[128] = {};
         SQLINTEGER length = 0;
-        ASSERT_TRUE(SQL_SUCCEEDED(SQLGetConnectAttr(c.handle(), SQL_ATTR_CURRENT_CATALOG, catalog, sizeof catalog, &length)));
+        ASSERT_TRUE(SQL_SUCCEEDED(
+            SQLGetConnectAttr(c.handle(), SQL_ATTR_CURRENT_CATALOG, catalog, sizeof catalog, &length)));
         EXPECT_EQ(std::string(reinterpret_cast<char*>(catalog)), "Notes");
     }
 }
@@ -154,7 +156,9 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
               "g uniqueidentifier, vb varbinary(100))");
     const std::string longText(9000, 'q');
     s.execute("INSERT INTO Types.dbo.t VALUES (1, -2147483648, 9223372036854775807, -32768, 255, 1, 2.5, "
-              "N'caf\xC3\xA9', N'" + longText + "', 'plain', '" + longText + "', '2024-02-29 13:45:12.123', "
+              "N'caf\xC3\xA9', N'" +
+              longText + "', 'plain', '" + longText +
+              "', '2024-02-29 13:45:12.123', "
               "'6F9619FF-8B86-D011-B42D-00C04FC964FF', 0xDEADBEEF)");
     s.execute("INSERT INTO Types.dbo.t (k) VALUES (2)");
 
@@ -176,8 +180,8 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
     int n = 0;
     auto bind = [&](SQLSMALLINT cType, SQLSMALLINT sqlType, SQLULEN size, SQLSMALLINT digits, void* value,
                     SQLLEN bufLen, SQLLEN* ind) {
-        p.check(SQLBindParameter(p.handle(), static_cast<SQLUSMALLINT>(++n), SQL_PARAM_INPUT, cType, sqlType, size,
-                                 digits, value, bufLen, ind),
+        p.check(SQLBindParameter(p.handle(), static_cast<SQLUSMALLINT>(++n), SQL_PARAM_INPUT, cType, sqlType,
+                                 size, digits, value, bufLen, ind),
                 "SQLBindParameter");
     };
     bind(SQL_C_SLONG, SQL_INTEGER, 0, 0, &k, 0, &zero);
@@ -196,7 +200,8 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
     bind(SQL_C_BINARY, SQL_VARBINARY, 100, 0, vb, 4, &vbLen);
     p.execute("INSERT INTO Types.dbo.t VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
 
-    const Rows rows = s.query("SELECT k, i, b, sm, ti, bt, f, nv, nvm, v, vm, dt, g, vb FROM Types.dbo.t ORDER BY k");
+    const Rows rows =
+        s.query("SELECT k, i, b, sm, ti, bt, f, nv, nvm, v, vm, dt, g, vb FROM Types.dbo.t ORDER BY k");
     ASSERT_EQ(rows.size(), 3u);
     for (size_t r : {size_t{0}, size_t{2}}) {
         SCOPED_TRACE("row " + std::to_string(r + 1));
@@ -215,8 +220,19 @@ TEST_F(StandinOdbcTest, EveryColumnTypeRoundTripsThroughLiteralsAndParameters)
         EXPECT_EQ(row[12], "6F9619FF-8B86-D011-B42D-00C04FC964FF");
         EXPECT_EQ(row[13], "deadbeef");
     }
+    // (max) values computed in a query rather than stored in a column, in several chunks each.
+    std::string hex;
+    for (int n = 0; n < 9000; ++n)
+        hex += "a5";
+    const Rows computed = s.query("SELECT CAST(N'" + longText + "' AS nvarchar(max)), CAST('" + longText +
+                                  "' AS varchar(max)), CAST(0x" + hex + " AS varbinary(max))");
+    ASSERT_EQ(computed.size(), 1u);
+    EXPECT_EQ(computed[0][0], longText);
+    EXPECT_EQ(computed[0][1], longText);
+    EXPECT_EQ(computed[0][2], hex);
     // One character, not the two bytes of its UTF-8 form.
-    EXPECT_EQ(firstColumn(s.query("SELECT LEN(nv) FROM Types.dbo.t WHERE k = 3")), std::vector<std::string>{"4"});
+    EXPECT_EQ(firstColumn(s.query("SELECT LEN(nv) FROM Types.dbo.t WHERE k = 3")),
+              std::vector<std::string>{"4"});
     for (size_t col = 1; col < rows[1].size(); ++col)
         EXPECT_FALSE(rows[1][col].has_value()) << "column " << col << " of the row of NULLs";
 }
@@ -236,7 +252,8 @@ TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
         SQLINTEGER status = -99, key = -1, owner = 12, bias = -60;
         SQLLEN statusInd = 0, keyInd = 0, ownerInd = 0, biasInd = 0;
         auto bind = [&](SQLUSMALLINT n, SQLSMALLINT io, SQLINTEGER* v, SQLLEN* ind) {
-            call.check(SQLBindParameter(call.handle(), n, io, SQL_C_SLONG, SQL_INTEGER, 0, 0, v, 0, ind), "bind");
+            call.check(SQLBindParameter(call.handle(), n, io, SQL_C_SLONG, SQL_INTEGER, 0, 0, v, 0, ind),
+                       "bind");
         };
         bind(1, SQL_PARAM_OUTPUT, &status, &statusInd);
         bind(2, SQL_PARAM_OUTPUT, &key, &keyInd);
@@ -249,7 +266,8 @@ TEST_F(StandinOdbcTest, ProcedureCallReturnsStatusAndOutputParameter)
         EXPECT_EQ(key, expectedKey);
     }
     OdbcStatement check(c);
-    const auto rows = check.query("SELECT session_key, owner_key, client_bias FROM ELN_sessions ORDER BY session_key");
+    const auto rows =
+        check.query("SELECT session_key, owner_key, client_bias FROM ELN_sessions ORDER BY session_key");
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"2", "12", "-60"}));
 }
@@ -262,13 +280,15 @@ TEST_F(StandinOdbcTest, UserProcedureReturnsStatusAndOutputParameter)
     OdbcStatement call(c);
     SQLINTEGER status = 0, a = 41, b = 0;
     SQLLEN statusInd = 0, aInd = 0, bInd = 0;
-    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status, 0,
-                                &statusInd),
+    call.check(SQLBindParameter(call.handle(), 1, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &status,
+                                0, &statusInd),
                "bind status");
-    call.check(SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
-               "bind a");
-    call.check(SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
-               "bind b");
+    call.check(
+        SQLBindParameter(call.handle(), 2, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &a, 0, &aInd),
+        "bind a");
+    call.check(
+        SQLBindParameter(call.handle(), 3, SQL_PARAM_OUTPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &b, 0, &bInd),
+        "bind b");
     call.execute("{? = call add_one(?, ?)}");
     while (SQLMoreResults(call.handle()) == SQL_SUCCESS) {
     }
@@ -289,8 +309,46 @@ TEST_F(StandinOdbcTest, UnknownProcedureGivesError2812)
     }
 }
 
+TEST_F(StandinOdbcTest, ManualCommitModeRollsBackAndCommits)
+{
+    OdbcConnection c(sa());
+    {
+        OdbcStatement s(c);
+        s.execute("CREATE DATABASE Ledger");
+        s.execute("CREATE TABLE Ledger.dbo.entries (id int)");
+    }
+    // With autocommit off the driver begins, commits and rolls back through transaction-manager
+    // requests rather than T-SQL.
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), 0)))
+        << OdbcError("autocommit off", odbcDiagnostics(SQL_HANDLE_DBC, c.handle())).what();
+    {
+        OdbcStatement s(c);
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (1)");
+        EXPECT_EQ(firstColumn(s.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"1"});
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_ROLLBACK)));
+    {
+        OdbcStatement s(c);
+        EXPECT_EQ(firstColumn(s.query("SELECT COUNT(*) FROM Ledger.dbo.entries")),
+                  std::vector<std::string>{"0"});
+        s.execute("INSERT INTO Ledger.dbo.entries VALUES (2)");
+    }
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, c.handle(), SQL_COMMIT)));
+    OdbcConnection other(sa("Ledger"));
+    OdbcStatement s(other);
+    EXPECT_EQ(firstColumn(s.query("SELECT id FROM entries")), std::vector<std::string>{"2"});
+
+    ASSERT_TRUE(SQL_SUCCEEDED(SQLSetConnectAttr(c.handle(), SQL_ATTR_AUTOCOMMIT,
+                                                reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), 0)));
+    OdbcStatement after(c);
+    EXPECT_EQ(firstColumn(after.query("SELECT @@TRANCOUNT")), std::vector<std::string>{"0"});
+}
+
 TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds)
 {
+    // Steps long enough that a busy machine still checks the file before the backup ends.
+    m_server = std::make_unique<StandinServer>(options(200));
     OdbcConnection c(sa());
     createLabDatabase(c);
     const fs::path target = m_server->scratchFolder() / "lab1.bak";
@@ -314,7 +372,8 @@ TEST_F(StandinOdbcTest, BackupProgressArrivesMessageByMessageBeforeTheBackupEnds
         later.insert(later.end(), m.begin(), m.end());
     }
     ASSERT_FALSE(later.empty());
-    EXPECT_NE(std::find(later.begin(), later.end(), "[FreeTDS][SQL Server]100 percent processed."), later.end());
+    EXPECT_NE(std::find(later.begin(), later.end(), "[FreeTDS][SQL Server]100 percent processed."),
+              later.end());
     EXPECT_NE(later.back().find("BACKUP DATABASE successfully processed"), std::string::npos) << later.back();
     EXPECT_TRUE(fs::exists(target));
 }
@@ -363,7 +422,8 @@ TEST_F(StandinOdbcTest, CancelFromAnotherThreadStopsABackupAndLeavesNoFile)
         ADD_FAILURE() << "left behind: " << entry.path();
     // The connection stays usable.
     OdbcStatement again(c);
-    EXPECT_EQ(firstColumn(again.query("SELECT COUNT(*) FROM Lab1.dbo.samples")), std::vector<std::string>{"3"});
+    EXPECT_EQ(firstColumn(again.query("SELECT COUNT(*) FROM Lab1.dbo.samples")),
+              std::vector<std::string>{"3"});
 }
 
 TEST_F(StandinOdbcTest, RestoreFileListAndRestoreWithMoveThenQuery)
@@ -382,8 +442,8 @@ TEST_F(StandinOdbcTest, RestoreFileListAndRestoreWithMoveThenQuery)
 
     const fs::path data = m_server->scratchFolder() / "Lab2.mdf";
     const fs::path log = m_server->scratchFolder() / "Lab2_log.ldf";
-    s.query("RESTORE DATABASE Lab2 FROM DISK = " + sqlPath(backup) + " WITH MOVE N'Lab1' TO " + sqlPath(data) +
-            ", MOVE N'Lab1_log' TO " + sqlPath(log) + ", STATS = 25");
+    s.query("RESTORE DATABASE Lab2 FROM DISK = " + sqlPath(backup) + " WITH MOVE N'Lab1' TO " +
+            sqlPath(data) + ", MOVE N'Lab1_log' TO " + sqlPath(log) + ", STATS = 25");
     EXPECT_EQ(firstColumn(s.query("SELECT name FROM Lab2.dbo.samples ORDER BY id")),
               (std::vector<std::string>{"benzene", "toluene", "xylene"}));
     EXPECT_TRUE(contains(firstColumn(s.query("SELECT name FROM sys.databases")), "Lab2"));
@@ -407,7 +467,8 @@ TEST_F(StandinOdbcTest, TwentyClientsAtOnce)
                 OdbcConnection c(sa("Busy"));
                 OdbcStatement s(c);
                 for (int n = 0; n < 5; ++n)
-                    s.execute("INSERT INTO hits (client, n) VALUES (" + std::to_string(t) + ", " + std::to_string(n) + ")");
+                    s.execute("INSERT INTO hits (client, n) VALUES (" + std::to_string(t) + ", " +
+                              std::to_string(n) + ")");
                 const auto rows = s.query("SELECT COUNT(*) FROM hits WHERE client = " + std::to_string(t));
                 if (rows.at(0).at(0) == "5")
                     ++succeeded;

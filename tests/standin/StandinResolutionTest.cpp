@@ -42,7 +42,7 @@ StandinServer::Options twoMachines()
     return o;
 }
 
-}  // namespace
+} // namespace
 
 TEST(StandinResolution, InstanceQueryNamesItsPort)
 {
@@ -51,7 +51,8 @@ TEST(StandinResolution, InstanceQueryNamesItsPort)
     ASSERT_GE(answer.size(), 3u);
     EXPECT_EQ(answer[0], '\x05');
     const std::string data = answer.substr(3);
-    EXPECT_EQ(static_cast<size_t>(static_cast<uint8_t>(answer[1]) | (static_cast<uint8_t>(answer[2]) << 8)), data.size());
+    EXPECT_EQ(static_cast<size_t>(static_cast<uint8_t>(answer[1]) | (static_cast<uint8_t>(answer[2]) << 8)),
+              data.size());
     EXPECT_EQ(data, "ServerName;LABSRV2;InstanceName;VELDRIN;IsClustered;No;Version;9.00.5000.00;tcp;" +
                         std::to_string(server.port("VELDRIN")) + ";;");
 }

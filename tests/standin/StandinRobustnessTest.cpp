@@ -29,7 +29,7 @@ bool alive(pid_t pid)
     return kill(pid, 0) == 0;
 }
 
-}  // namespace
+} // namespace
 
 TEST(StandinRobustness, MalformedPacketClosesOnlyThatConnection)
 {
@@ -39,7 +39,7 @@ TEST(StandinRobustness, MalformedPacketClosesOnlyThatConnection)
 
     RawTdsClient raw = RawTdsClient::connectTo(server.port());
     raw.login("sa", StandinServer::saPassword());
-    raw.sendRaw(Bytes{0x01, 0x01, 0x00, 0x04, 0x00, 0x00, 0x01, 0x00});   // length shorter than the header
+    raw.sendRaw(Bytes{0x01, 0x01, 0x00, 0x04, 0x00, 0x00, 0x01, 0x00}); // length shorter than the header
     EXPECT_TRUE(raw.closedByServer());
 
     EXPECT_TRUE(alive(server.pid()));
@@ -58,29 +58,35 @@ TEST(StandinRobustness, RandomAndTruncatedInputNeverTakesTheServerDown)
         RawTdsClient raw = RawTdsClient::connectTo(server.port());
         Bytes junk;
         switch (round % 4) {
-        case 0:   // pure noise
+        case 0: // pure noise
             junk.resize(1 + random() % 600);
             for (auto& b : junk)
                 b = static_cast<uint8_t>(random());
             raw.sendRaw(junk);
             break;
-        case 1: {   // a LOGIN7 cut short, then the connection dropped mid-packet
+        case 1: { // a LOGIN7 cut short, then the connection dropped mid-packet
             junk = login;
             junk.resize(random() % login.size());
-            Bytes packet{0x10, 0x01, static_cast<uint8_t>((login.size() + 8) >> 8),
-                         static_cast<uint8_t>((login.size() + 8) & 0xFF), 0, 0, 1, 0};
+            Bytes packet{0x10,
+                         0x01,
+                         static_cast<uint8_t>((login.size() + 8) >> 8),
+                         static_cast<uint8_t>((login.size() + 8) & 0xFF),
+                         0,
+                         0,
+                         1,
+                         0};
             packet.insert(packet.end(), junk.begin(), junk.end());
             raw.sendRaw(packet);
             break;
         }
-        case 2: {   // a well-framed LOGIN7 with corrupted bytes
+        case 2: { // a well-framed LOGIN7 with corrupted bytes
             junk = login;
             for (int k = 0; k < 8; ++k)
                 junk[random() % junk.size()] = static_cast<uint8_t>(random());
             raw.sendPacket(0x10, junk);
             break;
         }
-        case 3: {   // logged in, then a batch and an RPC full of noise
+        case 3: { // logged in, then a batch and an RPC full of noise
             raw.login("sa", StandinServer::saPassword());
             junk.resize(random() % 300);
             for (auto& b : junk)

@@ -57,7 +57,10 @@ public:
         close(m_out);
     }
 
-    void send(const std::string& text) { ASSERT_EQ(write(m_in, text.data(), text.size()), static_cast<ssize_t>(text.size())); }
+    void send(const std::string& text)
+    {
+        ASSERT_EQ(write(m_in, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
     void closeInput()
     {
         close(m_in);
@@ -68,8 +71,9 @@ public:
     {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (m_output.find(needle) == std::string::npos) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                                  deadline - std::chrono::steady_clock::now())
+                                  .count();
             pollfd p{m_out, POLLIN, 0};
             if (left <= 0 || poll(&p, 1, static_cast<int>(left)) <= 0)
                 return false;
@@ -99,12 +103,13 @@ private:
     std::string m_output;
 };
 
-std::vector<std::string> connect(const StandinServer& server, const std::string& user, const std::string& password)
+std::vector<std::string> connect(const StandinServer& server, const std::string& user,
+                                 const std::string& password)
 {
     return {"-H", server.host(), "-p", std::to_string(server.port()), "-U", user, "-P", password};
 }
 
-}  // namespace
+} // namespace
 
 TEST(StandinTsql, ListsDatabasesAsInTheDemo)
 {
@@ -131,7 +136,7 @@ TEST(StandinTsql, BadPasswordShowsLoginFailed)
 TEST(StandinTsql, BackupProgressIsPrintedWhileTheBackupRuns)
 {
     StandinServer::Options o;
-    o.progressStepMillis = 100;
+    o.progressStepMillis = 200;
     StandinServer server(o);
     const fs::path target = server.scratchFolder() / "master.bak";
     Tsql tsql(connect(server, "sa", StandinServer::saPassword()));

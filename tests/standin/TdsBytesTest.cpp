@@ -6,7 +6,7 @@ using namespace standin::tds;
 
 TEST(TdsBytes, Utf16RoundTripIncludingSurrogatePairs)
 {
-    const std::string text = "caf\xC3\xA9 \xF0\x9F\x98\x80";   // café 😀
+    const std::string text = "caf\xC3\xA9 \xF0\x9F\x98\x80"; // café 😀
     const Bytes wire = utf8ToUtf16le(text);
     EXPECT_EQ(wire.size(), 2u * 7);
     EXPECT_EQ(utf16leToUtf8(wire.data(), wire.size()), text);
@@ -15,7 +15,8 @@ TEST(TdsBytes, Utf16RoundTripIncludingSurrogatePairs)
 TEST(TdsBytes, IllFormedTextBecomesReplacementCharacters)
 {
     const Bytes lone{0x00, 0xD8, 'a', 0};
-    EXPECT_EQ(utf16leToUtf8(lone.data(), lone.size()), "\xEF\xBF\xBD" "a");
+    EXPECT_EQ(utf16leToUtf8(lone.data(), lone.size()), "\xEF\xBF\xBD"
+                                                       "a");
     EXPECT_EQ(utf8ToUtf16le("\xFF"), (Bytes{0xFD, 0xFF}));
 }
 

@@ -132,7 +132,7 @@ const RawToken& last(const std::vector<RawToken>& tokens)
     return tokens.back();
 }
 
-}  // namespace
+} // namespace
 
 TEST_F(TdsConnectionTest, LoginAnswersLikeSqlServer)
 {
@@ -171,7 +171,7 @@ TEST_F(TdsConnectionTest, ProgressMessageIsFlushedWhileTheStatementStillRuns)
     ASSERT_EQ(tokens.size(), 2u);
     EXPECT_EQ(tokens[0].text, "10 percent processed.");
     EXPECT_EQ(tokens[1].type, 0xFD);
-    EXPECT_EQ(tokens[1].status, 0x01);   // more results follow
+    EXPECT_EQ(tokens[1].status, 0x01); // more results follow
     EXPECT_FALSE(m_script.finished);
 
     m_script.set(&Script::released);

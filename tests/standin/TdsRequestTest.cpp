@@ -1,5 +1,6 @@
 #include "TdsRequest.h"
 #include "TdsVersion.h"
+#include "TransactionRequest.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ void allHeaders(ByteWriter& w)
     w.u32(1);
 }
 
-}  // namespace
+} // namespace
 
 TEST(TdsRequest, BatchTextFollowsAllHeaders)
 {
@@ -48,7 +49,7 @@ TEST(TdsRequest, RpcByProcedureIdWithOutputParameter)
     ByteWriter w;
     allHeaders(w);
     w.u16(0xFFFF);
-    w.u16(10);   // sp_executesql
+    w.u16(10); // sp_executesql
     w.u16(0);
     // @stmt nvarchar(4000)
     w.bVarChar("@stmt");
@@ -83,7 +84,7 @@ TEST(TdsRequest, RpcByNameAndSeveralCallsInOneRequest)
     allHeaders(w);
     w.usVarChar("start_session");
     w.u16(0);
-    w.u8(0xFF);   // separator
+    w.u8(0xFF); // separator
     w.usVarChar("end_session");
     w.u16(0);
     const std::vector<RpcCall> calls = parseRpc(w.bytes(), kTds74);
@@ -100,4 +101,23 @@ TEST(TdsRequest, UnknownProcedureIdIsAProtocolError)
     w.u16(99);
     w.u16(0);
     EXPECT_THROW(parseRpc(w.bytes(), kTds74), ProtocolError);
+}
+
+TEST(TdsRequest, TransactionManagerCommitThatBeginsAnother)
+{
+    ByteWriter w;
+    allHeaders(w);
+    w.u16(7); // commit
+    w.u8(0);  // no name
+    w.u8(1);  // begin another
+    w.u8(0);
+    w.u8(0);
+    const TransactionRequest r = parseTransactionRequest(w.bytes());
+    EXPECT_EQ(r.kind, TransactionRequest::Commit);
+    EXPECT_TRUE(r.beginAnother);
+
+    ByteWriter truncated;
+    allHeaders(truncated);
+    truncated.u16(7);
+    EXPECT_THROW(parseTransactionRequest(truncated.bytes()), ProtocolError);
 }

@@ -24,8 +24,9 @@ TEST(TdsTypes, DateTimeTextRoundTripsThroughDaysAndMillis)
 TEST(TdsTypes, DateTimeValueIsDaysSince1900AndThreeHundredthsOfASecond)
 {
     ByteWriter w;
-    writeValue(w, ColumnInfo{"d", SqlType::DateTime, 8, true}, std::string("1900-01-02 00:00:01.000"), kTds74);
-    const Bytes expected{8, 1, 0, 0, 0, 44, 1, 0, 0};   // day 1, 300 ticks
+    writeValue(w, ColumnInfo{"d", SqlType::DateTime, 8, true}, std::string("1900-01-02 00:00:01.000"),
+               kTds74);
+    const Bytes expected{8, 1, 0, 0, 0, 44, 1, 0, 0}; // day 1, 300 ticks
     EXPECT_EQ(w.bytes(), expected);
 }
 
@@ -91,7 +92,8 @@ TEST(TdsTypes, ParametersDecodeToTheEngineTypes)
         {{0x2A, 7, 8, 0x80, 0x96, 0x98, 0, 0, 0x5B, 0x95, 0x0A},
          SqlType::DateTime,
          std::string("1900-01-01 00:00:01.000")},
-        {{0x24, 16, 16, 0xFF, 0x19, 0x96, 0x6F, 0x86, 0x8B, 0x11, 0xD0, 0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9, 0x64, 0xFF},
+        {{0x24, 16, 16, 0xFF, 0x19, 0x96, 0x6F, 0x86, 0x8B, 0x11, 0xD0, 0xB4, 0x2D, 0x00, 0xC0, 0x4F, 0xC9,
+          0x64, 0xFF},
          SqlType::UniqueIdentifier,
          std::string("6F9619FF-8B86-D011-B42D-00C04FC964FF")},
     };

@@ -63,7 +63,7 @@ int exitCode(int status)
     return -1;
 }
 
-}  // namespace
+} // namespace
 
 struct StandinServer::Impl {
     int readFd = -1;
@@ -74,7 +74,8 @@ struct StandinServer::Impl {
 
 StandinServer::StandinServer() : StandinServer(Options{}) {}
 
-StandinServer::StandinServer(Options options) : m_options(std::move(options)), m_impl(std::make_unique<Impl>())
+StandinServer::StandinServer(Options options)
+    : m_options(std::move(options)), m_impl(std::make_unique<Impl>())
 {
     if (m_options.instances.empty())
         throw std::invalid_argument("StandinServer needs at least one instance");
@@ -138,7 +139,8 @@ std::filesystem::path StandinServer::dataFolder(const std::string& instance) con
 }
 
 std::string StandinServer::odbcConnectionString(const std::string& user, const std::string& password,
-                                                const std::string& database, const std::string& instance) const
+                                                const std::string& database,
+                                                const std::string& instance) const
 {
     std::string s = "DRIVER={FreeTDS};SERVER=" + m_host + ";PORT=" + std::to_string(port(instance)) +
                     ";TDS_Version=7.4;ClientCharset=UTF-8;UID=" + user + ";PWD={" + password + "}";
@@ -150,8 +152,9 @@ std::string StandinServer::odbcConnectionString(const std::string& user, const s
 void StandinServer::seed(const Instance& instance)
 {
 #ifdef LF_STANDIN_SEED_EXE
-    std::vector<std::string> args{LF_STANDIN_SEED_EXE, "--data", dataFolder(instance.name).string(), "--machine",
-                                  instance.machine, "--instance", instance.name};
+    std::vector<std::string> args{LF_STANDIN_SEED_EXE, "--data",         dataFolder(instance.name).string(),
+                                  "--machine",         instance.machine, "--instance",
+                                  instance.name};
     for (const std::string& a : instance.seedArguments)
         if (!a.empty())
             args.push_back(a);
@@ -159,8 +162,8 @@ void StandinServer::seed(const Instance& instance)
     int status = 0;
     waitpid(pid, &status, 0);
     if (exitCode(status) != 0)
-        throw std::runtime_error("lf-standin-seed failed (exit " + std::to_string(exitCode(status)) + ") for " +
-                                 instance.name);
+        throw std::runtime_error("lf-standin-seed failed (exit " + std::to_string(exitCode(status)) +
+                                 ") for " + instance.name);
 #else
     (void)instance;
     throw std::runtime_error("the seed tool lf-standin-seed is not built");
@@ -179,7 +182,8 @@ void StandinServer::start()
             out << "ssrp-port = off\n";
         for (const Instance& i : m_options.instances) {
             out << "\n[instance " << i.name << "]\nport = 0\ndata = " << dataFolder(i.name).string()
-                << "\nmachine = " << i.machine << "\nprogress-step-ms = " << m_options.progressStepMillis << "\n";
+                << "\nmachine = " << i.machine << "\nprogress-step-ms = " << m_options.progressStepMillis
+                << "\n";
             for (const Login& l : i.logins)
                 out << "login = " << l.name << " " << l.password << (l.sysadmin ? " sysadmin" : "") << "\n";
         }
@@ -203,7 +207,8 @@ void StandinServer::start()
     size_t seen = 0;
     const auto deadline = std::chrono::steady_clock::now() + kStartTimeout;
     while (seen < expected) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
         pollfd p{m_impl->readFd, POLLIN, 0};
         if (left.count() <= 0 || poll(&p, 1, static_cast<int>(left.count())) <= 0)
             throw std::runtime_error("lf-standin did not start listening in time; it printed:\n" + output());

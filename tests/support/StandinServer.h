@@ -33,9 +33,9 @@ public:
         bool sysadmin = false;
     };
     struct Instance {
-        std::string name = "MSSQLSERVER";   // "MSSQLSERVER" is the default instance
-        std::string machine = "LABHOST";    // the machine name it reports (SERVERPROPERTY, resolution)
-        std::vector<Login> logins;          // created at start, besides sa
+        std::string name = "MSSQLSERVER"; // "MSSQLSERVER" is the default instance
+        std::string machine = "LABHOST";  // the machine name it reports (SERVERPROPERTY, resolution)
+        std::vector<Login> logins;        // created at start, besides sa
         // Seeds the desktop database LFDesktop10 before the server starts: the arguments of
         // lf-standin-seed after its --data, --machine and --instance (which the fixture gives),
         // e.g. {"--user", "LAB\\ana:admin", "--structures", path}. Empty: no seeding; {""}: seed
@@ -45,8 +45,8 @@ public:
     struct Options {
         std::vector<Instance> instances = {Instance{}};
         bool resolutionProtocol = true;
-        uint16_t resolutionPort = 0;   // 0: a free port; 1434 for FreeTDS's host\instance lookup
-        int progressStepMillis = 50;   // pause between BACKUP/RESTORE progress steps
+        uint16_t resolutionPort = 0; // 0: a free port; 1434 for FreeTDS's host\instance lookup
+        int progressStepMillis = 50; // pause between BACKUP/RESTORE progress steps
     };
 
     StandinServer();
@@ -70,7 +70,8 @@ public:
     // A connection string for the FreeTDS ODBC driver straight to an instance's port (TDS 7.4,
     // UTF-8 text on the client side).
     std::string odbcConnectionString(const std::string& user, const std::string& password,
-                                     const std::string& database = {}, const std::string& instance = {}) const;
+                                     const std::string& database = {},
+                                     const std::string& instance = {}) const;
     // sa's password: LABFOLIO_STANDIN_SA_PASSWORD, or the stand-in's default.
     static std::string saPassword();
 

@@ -23,7 +23,8 @@ protected:
     std::string backupStatement(const std::string& path) const
     {
         return "BACKUP DATABASE [LFDesktop10] TO DISK = N'" + path +
-               "' WITH INIT, NAME = N'LFDesktop10_Full', DESCRIPTION = N'Full backup of LFDesktop10 database', "
+               "' WITH INIT, NAME = N'LFDesktop10_Full', DESCRIPTION = N'Full backup of LFDesktop10 "
+               "database', "
                "STATS = 10, CHECKSUM";
     }
 
@@ -163,8 +164,8 @@ TEST_F(BackupRestoreTest, RestoreWithMoveThenQueryRestoredDatabase)
     const std::string dataFile = (target / "LFShared_Data.mdf").string();
     const std::string logFile = (target / "LFShared_LOG.ldf").string();
     auto sink = ok(*s, "RESTORE DATABASE [LFShared] FROM DISK = N'" + backupPath() +
-                           "' WITH MOVE N'LFDesktop10' TO N'" + dataFile + "', MOVE N'LFDesktop10_log' TO N'" +
-                           logFile + "', REPLACE, STATS = 25");
+                           "' WITH MOVE N'LFDesktop10' TO N'" + dataFile +
+                           "', MOVE N'LFDesktop10_log' TO N'" + logFile + "', REPLACE, STATS = 25");
     std::vector<std::string> texts;
     for (const auto& m : sink.messages())
         texts.push_back(m.text);
@@ -174,20 +175,24 @@ TEST_F(BackupRestoreTest, RestoreWithMoveThenQueryRestoredDatabase)
     EXPECT_EQ(texts.back().rfind("RESTORE DATABASE successfully processed ", 0), 0u);
     EXPECT_TRUE(fs::exists(dataFile));
     EXPECT_TRUE(fs::exists(logFile));
-    auto files = ok(*s, "SELECT name, physical_name FROM sys.master_files WHERE database_id = DB_ID('LFShared') "
-                        "ORDER BY file_id");
+    auto files =
+        ok(*s, "SELECT name, physical_name FROM sys.master_files WHERE database_id = DB_ID('LFShared') "
+               "ORDER BY file_id");
     EXPECT_EQ(files.rows(), (std::vector<std::vector<Value>>{{V("LFDesktop10"), V(dataFile.c_str())},
-                                                               {V("LFDesktop10_log"), V(logFile.c_str())}}));
+                                                             {V("LFDesktop10_log"), V(logFile.c_str())}}));
     auto shared = sa("LFShared");
     ASSERT_TRUE(shared);
     EXPECT_EQ(scalar(*shared, "SELECT Username FROM ELN_people WHERE is_administrator = 1"), V("LAB\\bob"));
     // The wizard's renaming of the logical files after its restore.
     ok(*shared, "ALTER DATABASE LFShared MODIFY FILE (Name = [LFDesktop10], NEWName = [LFShared_data.mdf])");
-    ok(*shared, "ALTER DATABASE LFShared MODIFY FILE (Name = [LFDesktop10_log], NEWName = [LFShared_log.mdf])");
+    ok(*shared,
+       "ALTER DATABASE LFShared MODIFY FILE (Name = [LFDesktop10_log], NEWName = [LFShared_log.mdf])");
     auto renamed = ok(*s, "RESTORE FILELISTONLY FROM DISK = N'" + backupPath() + "'");
-    EXPECT_EQ(renamed.rows().at(0).at(0), V("LFDesktop10"));   // the backup itself is unchanged
-    auto names = ok(*s, "SELECT name FROM sys.master_files WHERE database_id = DB_ID('LFShared') ORDER BY file_id");
-    EXPECT_EQ(names.rows(), (std::vector<std::vector<Value>>{{V("LFShared_data.mdf")}, {V("LFShared_log.mdf")}}));
+    EXPECT_EQ(renamed.rows().at(0).at(0), V("LFDesktop10")); // the backup itself is unchanged
+    auto names =
+        ok(*s, "SELECT name FROM sys.master_files WHERE database_id = DB_ID('LFShared') ORDER BY file_id");
+    EXPECT_EQ(names.rows(),
+              (std::vector<std::vector<Value>>{{V("LFShared_data.mdf")}, {V("LFShared_log.mdf")}}));
 }
 
 TEST_F(BackupRestoreTest, RestoreOverExistingDatabaseNeedsReplace)
@@ -242,8 +247,9 @@ TEST_F(BackupRestoreTest, RestoreOfMissingOrForeignFile)
     const std::string missing = (m_dir.path() / "backups" / "none.bak").string();
     auto a = run(*s, "RESTORE FILELISTONLY FROM DISK = '" + missing + "'");
     ASSERT_EQ(a.errors().size(), 2u);
-    EXPECT_EQ(a.errors()[0].text, "Cannot open backup device '" + missing +
-                                      "'. Operating system error 2(The system cannot find the file specified.).");
+    EXPECT_EQ(a.errors()[0].text,
+              "Cannot open backup device '" + missing +
+                  "'. Operating system error 2(The system cannot find the file specified.).");
     EXPECT_EQ(a.errors()[1].text, "RESTORE FILELIST is terminating abnormally.");
     const auto foreign = m_dir.write("backups/foreign.bak", "not a backup at all");
     auto b = run(*s, "RESTORE HEADERONLY FROM DISK = '" + foreign.string() + "'");

@@ -33,8 +33,8 @@ TEST_F(ConcurrencyTest, SessionsOnThreadsWriteTheSameDatabase)
             }
             for (int i = 0; i < kInserts; ++i) {
                 RecordingSink sink;
-                s->executeBatch("INSERT INTO log (worker, n) VALUES (" + std::to_string(t) + ", " + std::to_string(i) +
-                                    "); SELECT COUNT(*) FROM sys.databases",
+                s->executeBatch("INSERT INTO log (worker, n) VALUES (" + std::to_string(t) + ", " +
+                                    std::to_string(i) + "); SELECT COUNT(*) FROM sys.databases",
                                 sink);
                 if (!sink.errors().empty()) {
                     failures[t] = sink.errors()[0].text;
@@ -66,8 +66,8 @@ TEST_F(ConcurrencyTest, BackupWhileAnotherSessionWrites)
     writer.join();
     ok(*s, "RESTORE VERIFYONLY FROM DISK = '" + bak + "'");
     ok(*s, "USE master; RESTORE DATABASE LiveCopy FROM DISK = '" + bak + "' WITH MOVE 'Live' TO '" +
-               (m_dir.path() / "copy.mdf").string() + "', MOVE 'Live_log' TO '" + (m_dir.path() / "copy.ldf").string() +
-               "'");
+               (m_dir.path() / "copy.mdf").string() + "', MOVE 'Live_log' TO '" +
+               (m_dir.path() / "copy.ldf").string() + "'");
     auto copy = sa("LiveCopy");
     const int64_t rows = std::get<int64_t>(scalar(*copy, "SELECT COUNT(*) FROM t"));
     EXPECT_GE(rows, 1);

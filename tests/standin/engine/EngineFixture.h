@@ -50,7 +50,10 @@ protected:
         return s;
     }
 
-    std::unique_ptr<standin::Session> sa(const std::string& database = "") { return login("sa", saPassword(), database); }
+    std::unique_ptr<standin::Session> sa(const std::string& database = "")
+    {
+        return login("sa", saPassword(), database);
+    }
 
     static RecordingSink run(standin::Session& session, const std::string& sql)
     {

@@ -77,7 +77,8 @@ TEST_F(EngineTest, InstanceKeepsItsCatalogWhenReopened)
 TEST_F(EngineTest, SelectOfLiteralsAndExpressions)
 {
     auto s = sa();
-    auto sink = ok(*s, "SELECT 1, N'abc' AS name, 2 + 3 AS five, 'x' + 'y', @@SERVERNAME, HOST_NAME(), SUSER_SNAME()");
+    auto sink = ok(
+        *s, "SELECT 1, N'abc' AS name, 2 + 3 AS five, 'x' + 'y', @@SERVERNAME, HOST_NAME(), SUSER_SNAME()");
     auto cols = sink.columnsOf(0);
     ASSERT_EQ(cols.size(), 7u);
     EXPECT_EQ(cols[0].name, "");

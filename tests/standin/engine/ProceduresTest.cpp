@@ -9,11 +9,12 @@ protected:
         EngineTest::SetUp();
         auto s = sa();
         ok(*s, "CREATE DATABASE LFDesktop10");
-        ok(*s, "USE LFDesktop10\n"
-               "CREATE TABLE ELN_sessions (session_key int IDENTITY(1,1) PRIMARY KEY, owner_key int, "
-               "client_bias int, started datetime, ended datetime NULL)\n"
-               "CREATE TABLE ELN_parameters (name nvarchar(255), data nvarchar(255))\n"
-               "INSERT INTO ELN_parameters VALUES (N'database guid', N'00000000-0000-0000-0000-000000000000')");
+        ok(*s,
+           "USE LFDesktop10\n"
+           "CREATE TABLE ELN_sessions (session_key int IDENTITY(1,1) PRIMARY KEY, owner_key int, "
+           "client_bias int, started datetime, ended datetime NULL)\n"
+           "CREATE TABLE ELN_parameters (name nvarchar(255), data nvarchar(255))\n"
+           "INSERT INTO ELN_parameters VALUES (N'database guid', N'00000000-0000-0000-0000-000000000000')");
     }
 
     static RpcParameter intParam(const std::string& name, int64_t value, bool output = false)
@@ -92,7 +93,8 @@ TEST_F(ProceduresTest, ExecuteSqlWithParametersAndOutput)
     auto s = sa("LFDesktop10");
     std::vector<RpcParameter> params(4);
     params[0].name = "@stmt";
-    params[0].value = std::string("SELECT @n = COUNT(*) FROM ELN_parameters WHERE name = @name; SELECT @name AS echoed");
+    params[0].value =
+        std::string("SELECT @n = COUNT(*) FROM ELN_parameters WHERE name = @name; SELECT @name AS echoed");
     params[1].name = "@params";
     params[1].value = std::string("@name nvarchar(255), @n int OUTPUT");
     params[2].name = "@name";
@@ -162,7 +164,8 @@ TEST_F(ProceduresTest, UserProceduresWithOutputAndReturnStatus)
     s->executeRpc("dbo.add_one", named, sink2);
     EXPECT_EQ(named[1].value, V(2));
     // From a batch, with EXEC @status = ...
-    auto batch = ok(*s, "DECLARE @r int, @out int\nEXEC @r = add_one @a = 9, @b = @out OUTPUT\nSELECT @r, @out");
+    auto batch =
+        ok(*s, "DECLARE @r int, @out int\nEXEC @r = add_one @a = 9, @b = @out OUTPUT\nSELECT @r, @out");
     EXPECT_EQ(batch.rows(), (std::vector<std::vector<Value>>{{V(7), V(10)}}));
     auto missing = run(*s, "EXEC add_one");
     ASSERT_EQ(missing.errors().size(), 1u);
@@ -198,4 +201,19 @@ TEST_F(ProceduresTest, PreparedStatementsAsDriversSendThem)
     RecordingSink sink2;
     s->executeRpc("sp_execute", exec, sink2);
     EXPECT_EQ(sink2.rows(), (std::vector<std::vector<Value>>{{V(0)}}));
+}
+
+TEST_F(ProceduresTest, DatabasesListedBySpDatabases)
+{
+    auto s = sa();
+    auto sink = ok(*s, "EXEC sp_databases");
+    auto cols = sink.columnsOf(0);
+    ASSERT_EQ(cols.size(), 3u);
+    EXPECT_EQ(cols[0].name, "DATABASE_NAME");
+    EXPECT_EQ(cols[1].name, "DATABASE_SIZE");
+    auto rows = sink.rows();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][0], V("master"));
+    EXPECT_EQ(rows[1][0], V("LFDesktop10"));
+    EXPECT_GT(std::get<int64_t>(rows[1][1]), 0);
 }

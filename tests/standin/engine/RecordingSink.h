@@ -11,7 +11,7 @@
 class RecordingSink : public standin::ResultSink {
 public:
     struct Event {
-        enum Kind { Columns, Row, Done, Message, DatabaseChanged, ReturnStatus, ReturnValue } kind;
+        enum Kind { Columns, Row, Done, Message, DatabaseChanged, ReturnStatus, ReturnValue } kind = Done;
         std::vector<standin::ColumnInfo> columns;
         std::vector<standin::Value> row;
         standin::DoneInfo done;
@@ -23,26 +23,31 @@ public:
     };
 
     std::vector<Event> events;
-    bool cancel = false;   // set by the test, typically from onMessage
+    bool cancel = false; // set by the test, typically from onMessage
     // Called for every message as it arrives, e.g. to cancel a backup mid-way.
     std::function<void(const standin::ServerMessage&)> onMessage;
 
-    void columns(const std::vector<standin::ColumnInfo>& c) override { events.push_back({Event::Columns, c}); }
+    void columns(const std::vector<standin::ColumnInfo>& c) override
+    {
+        Event e = make(Event::Columns);
+        e.columns = c;
+        events.push_back(e);
+    }
     void row(const std::vector<standin::Value>& r) override
     {
-        Event e{Event::Row};
+        Event e = make(Event::Row);
         e.row = r;
         events.push_back(e);
     }
     void statementDone(const standin::DoneInfo& d) override
     {
-        Event e{Event::Done};
+        Event e = make(Event::Done);
         e.done = d;
         events.push_back(e);
     }
     void message(const standin::ServerMessage& m) override
     {
-        Event e{Event::Message};
+        Event e = make(Event::Message);
         e.message = m;
         events.push_back(e);
         if (onMessage)
@@ -50,20 +55,21 @@ public:
     }
     void databaseChanged(const std::string& oldName, const std::string& newName) override
     {
-        Event e{Event::DatabaseChanged};
+        Event e = make(Event::DatabaseChanged);
         e.text = oldName;
         e.text2 = newName;
         events.push_back(e);
     }
     void returnStatus(int32_t status) override
     {
-        Event e{Event::ReturnStatus};
+        Event e = make(Event::ReturnStatus);
         e.status = status;
         events.push_back(e);
     }
-    void returnValue(const std::string& name, const standin::ColumnInfo& type, const standin::Value& value) override
+    void returnValue(const std::string& name, const standin::ColumnInfo& type,
+                     const standin::Value& value) override
     {
-        Event e{Event::ReturnValue};
+        Event e = make(Event::ReturnValue);
         e.text = name;
         e.columns = {type};
         e.value = value;
@@ -118,4 +124,12 @@ public:
         return out;
     }
     void clear() { events.clear(); }
+
+private:
+    static Event make(Event::Kind kind)
+    {
+        Event e;
+        e.kind = kind;
+        return e;
+    }
 };

@@ -14,8 +14,9 @@ protected:
 
     int seed(const std::string& arguments)
     {
-        const std::string command = std::string("'") + LF_STANDIN_SEED + "' --data '" + (m_dir.path() / "data").string() +
-                                    "' " + arguments + " > '" + (m_dir.path() / "out.txt").string() + "' 2>&1";
+        const std::string command = std::string("'") + LF_STANDIN_SEED + "' --data '" +
+                                    (m_dir.path() / "data").string() + "' " + arguments + " > '" +
+                                    (m_dir.path() / "out.txt").string() + "' 2>&1";
         return std::system(command.c_str());
     }
 
@@ -62,7 +63,8 @@ TEST_F(SeedTest, CreatesTheDesktopDatabaseWithUsersLoginsAndStructures)
     auto guid = run("SELECT data FROM ELN_parameters WHERE name = N'database guid'");
     ASSERT_EQ(guid.size(), 1u);
     EXPECT_EQ(std::get<std::string>(guid[0][0]).size(), 36u);
-    auto structures = run("SELECT CDXML, MOL_ID, primary_key FROM ELN_chemical_structures ORDER by primary_key");
+    auto structures =
+        run("SELECT CDXML, MOL_ID, primary_key FROM ELN_chemical_structures ORDER by primary_key");
     ASSERT_EQ(structures.size(), 2u);
     EXPECT_NE(std::get<std::string>(structures[0][0]).find("id=\"1\""), std::string::npos);
     EXPECT_EQ(structures[1][2], V(2));

@@ -63,7 +63,7 @@ std::ifstream openForReading(const std::string& path)
     return in;
 }
 
-}  // namespace
+} // namespace
 
 std::string encodeHeader(const BackupHeader& h)
 {
@@ -175,4 +175,4 @@ BackupHeader readBackup(const std::string& path, std::vector<uint8_t>& data)
     return decodeHeader(text);
 }
 
-}  // namespace standin
+} // namespace standin

@@ -48,4 +48,4 @@ BackupHeader readBackupHeader(const std::string& path);
 // std::runtime_error when the checksum or the layout is wrong.
 BackupHeader readBackup(const std::string& path, std::vector<uint8_t>& data);
 
-}  // namespace standin
+} // namespace standin

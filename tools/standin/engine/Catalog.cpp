@@ -17,15 +17,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* const kServerRoles[] = {"sysadmin",  "securityadmin", "serveradmin", "setupadmin",
-                                    "processadmin", "diskadmin",  "dbcreator",   "bulkadmin"};
+const char* const kServerRoles[] = {"sysadmin",     "securityadmin", "serveradmin", "setupadmin",
+                                    "processadmin", "diskadmin",     "dbcreator",   "bulkadmin"};
 
 // SQL Server 2012's password hash layout: version 0x0200, 4-byte salt, SHA-512 over the
 // UTF-16LE password followed by the salt.
 std::vector<uint8_t> hashPassword(const std::string& password, const std::vector<uint8_t>& salt)
 {
     std::vector<uint8_t> input;
-    for (unsigned char c : password) {   // ASCII passwords; other bytes pass through unchanged
+    for (unsigned char c : password) { // ASCII passwords; other bytes pass through unchanged
         input.push_back(c);
         input.push_back(0);
     }
@@ -39,7 +39,7 @@ std::vector<uint8_t> hashPassword(const std::string& password, const std::vector
     return out;
 }
 
-}  // namespace
+} // namespace
 
 std::vector<uint8_t> randomBytes(size_t n)
 {
@@ -55,8 +55,9 @@ std::string newGuid()
     b[6] = static_cast<uint8_t>((b[6] & 0x0F) | 0x40);
     b[8] = static_cast<uint8_t>((b[8] & 0x3F) | 0x80);
     char buf[40];
-    std::snprintf(buf, sizeof buf, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[0], b[1],
-                  b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
+    std::snprintf(buf, sizeof buf, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                  b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
     return buf;
 }
 
@@ -64,12 +65,13 @@ std::string currentDateTime()
 {
     const auto now = std::chrono::system_clock::now();
     const auto t = std::chrono::system_clock::to_time_t(now);
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    const auto ms =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
     std::tm tm{};
     localtime_r(&t, &tm);
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday,
-                  tm.tm_hour, tm.tm_min, tm.tm_sec, static_cast<int>(ms));
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900, tm.tm_mon + 1,
+                  tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, static_cast<int>(ms));
     return buf;
 }
 
@@ -82,7 +84,8 @@ Catalog::Catalog(const std::string& dataFolder, const std::string& saPassword)
     m_db = SqliteDb(m_masterPath);
     if (isNew)
         create(dataFolder, saPassword);
-    m_db.exec("CREATE TABLE IF NOT EXISTS lf_server_identity (machine_name nvarchar(128), instance_name nvarchar(128))");
+    m_db.exec("CREATE TABLE IF NOT EXISTS lf_server_identity (machine_name nvarchar(128), instance_name "
+              "nvarchar(128))");
 }
 
 std::pair<std::string, std::string> Catalog::identity()
@@ -127,27 +130,35 @@ CREATE TABLE IF NOT EXISTS lf_server_role_members (
 )");
     const std::string now = currentDateTime();
     {
-        SqliteStmt s(m_db.get(), "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
-                                 "create_date, modify_date, default_database_name, default_language_name) "
-                                 "VALUES (?, ?, ?, 'R', 'SERVER_ROLE', ?, ?, NULL, NULL)");
+        SqliteStmt s(m_db.get(),
+                     "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
+                     "create_date, modify_date, default_database_name, default_language_name) "
+                     "VALUES (?, ?, ?, 'R', 'SERVER_ROLE', ?, ?, NULL, NULL)");
         s.bind(1, std::string("public")).bind(2, int64_t(2)).bind(3, Value(std::vector<uint8_t>{0x02}));
         s.bind(4, now).bind(5, now).step();
         int id = 3;
         for (const char* role : kServerRoles) {
-            SqliteStmt r(m_db.get(), "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
-                                     "create_date, modify_date) VALUES (?, ?, ?, 'R', 'SERVER_ROLE', ?, ?)");
-            r.bind(1, std::string(role)).bind(2, int64_t(id)).bind(3, Value(std::vector<uint8_t>{uint8_t(id)}));
+            SqliteStmt r(m_db.get(),
+                         "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
+                         "create_date, modify_date) VALUES (?, ?, ?, 'R', 'SERVER_ROLE', ?, ?)");
+            r.bind(1, std::string(role))
+                .bind(2, int64_t(id))
+                .bind(3, Value(std::vector<uint8_t>{uint8_t(id)}));
             r.bind(4, now).bind(5, now).step();
             ++id;
         }
     }
     const std::vector<uint8_t> saSid{0x01};
     {
-        SqliteStmt s(m_db.get(), "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
-                                 "create_date, modify_date, default_database_name, default_language_name, "
-                                 "password_hash) VALUES ('sa', 1, ?, 'S', 'SQL_LOGIN', ?, ?, 'master', "
-                                 "'us_english', ?)");
-        s.bind(1, Value(saSid)).bind(2, now).bind(3, now).bind(4, Value(hashPassword(saPassword, randomBytes(4))));
+        SqliteStmt s(m_db.get(),
+                     "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
+                     "create_date, modify_date, default_database_name, default_language_name, "
+                     "password_hash) VALUES ('sa', 1, ?, 'S', 'SQL_LOGIN', ?, ?, 'master', "
+                     "'us_english', ?)");
+        s.bind(1, Value(saSid))
+            .bind(2, now)
+            .bind(3, now)
+            .bind(4, Value(hashPassword(saPassword, randomBytes(4))));
         s.step();
     }
     m_db.exec("INSERT INTO lf_server_role_members VALUES (3, 1)");
@@ -159,9 +170,10 @@ CREATE TABLE IF NOT EXISTS lf_server_role_members (
     const std::string log = (fs::path(dataFolder) / "mastlog.ldf").string();
     std::ofstream(log, std::ios::binary | std::ios::app).close();
     {
-        SqliteStmt s(m_db.get(), "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
-                                 "data_space_id, name, physical_name) VALUES (1, 1, ?, 0, 'ROWS', 1, 'master', ?), "
-                                 "(1, 2, ?, 1, 'LOG', 0, 'mastlog', ?)");
+        SqliteStmt s(m_db.get(),
+                     "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
+                     "data_space_id, name, physical_name) VALUES (1, 1, ?, 0, 'ROWS', 1, 'master', ?), "
+                     "(1, 2, ?, 1, 'LOG', 0, 'mastlog', ?)");
         s.bind(1, newGuid()).bind(2, m_masterPath).bind(3, newGuid()).bind(4, log).step();
     }
     initializeDatabaseFile(m_db.get(), saSid);
@@ -200,18 +212,26 @@ CREATE TABLE IF NOT EXISTS lf_database_permissions (
         bool role;
     };
     const Fixed fixed[] = {
-        {"public", 0, "R", false},          {"dbo", 1, "S", false},
-        {"guest", 2, "S", false},           {"INFORMATION_SCHEMA", 3, "S", false},
-        {"sys", 4, "S", false},             {"db_owner", 16384, "R", true},
-        {"db_accessadmin", 16385, "R", true}, {"db_securityadmin", 16386, "R", true},
-        {"db_ddladmin", 16387, "R", true},  {"db_backupoperator", 16389, "R", true},
-        {"db_datareader", 16390, "R", true}, {"db_datawriter", 16391, "R", true},
-        {"db_denydatareader", 16392, "R", true}, {"db_denydatawriter", 16393, "R", true},
+        {"public", 0, "R", false},
+        {"dbo", 1, "S", false},
+        {"guest", 2, "S", false},
+        {"INFORMATION_SCHEMA", 3, "S", false},
+        {"sys", 4, "S", false},
+        {"db_owner", 16384, "R", true},
+        {"db_accessadmin", 16385, "R", true},
+        {"db_securityadmin", 16386, "R", true},
+        {"db_ddladmin", 16387, "R", true},
+        {"db_backupoperator", 16389, "R", true},
+        {"db_datareader", 16390, "R", true},
+        {"db_datawriter", 16391, "R", true},
+        {"db_denydatareader", 16392, "R", true},
+        {"db_denydatawriter", 16393, "R", true},
     };
     for (const auto& f : fixed) {
-        SqliteStmt s(db, "INSERT OR IGNORE INTO lf_database_principals (name, principal_id, type, type_desc, "
-                         "default_schema_name, create_date, modify_date, owning_principal_id, sid, is_fixed_role) "
-                         "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+        SqliteStmt s(
+            db, "INSERT OR IGNORE INTO lf_database_principals (name, principal_id, type, type_desc, "
+                "default_schema_name, create_date, modify_date, owning_principal_id, sid, is_fixed_role) "
+                "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
         const bool isRole = std::string(f.type) == "R";
         s.bind(1, std::string(f.name)).bind(2, int64_t(f.id)).bind(3, std::string(f.type));
         s.bind(4, std::string(isRole ? "DATABASE_ROLE" : "SQL_USER"));
@@ -239,11 +259,13 @@ CREATE TABLE IF NOT EXISTS lf_database_permissions (
 std::vector<FileRecord> Catalog::filesOf(int id)
 {
     std::vector<FileRecord> files;
-    SqliteStmt s(m_db.get(), "SELECT file_id, type, name, physical_name FROM lf_master_files WHERE database_id = ? "
-                             "ORDER BY file_id");
+    SqliteStmt s(m_db.get(),
+                 "SELECT file_id, type, name, physical_name FROM lf_master_files WHERE database_id = ? "
+                 "ORDER BY file_id");
     s.bind(1, int64_t(id));
     while (s.step())
-        files.push_back({static_cast<int>(s.integer(0)), static_cast<int>(s.integer(1)), s.text(2), s.text(3)});
+        files.push_back(
+            {static_cast<int>(s.integer(0)), static_cast<int>(s.integer(1)), s.text(2), s.text(3)});
     return files;
 }
 
@@ -296,8 +318,9 @@ int Catalog::addDatabase(const std::string& name, const std::vector<FileRecord>&
                                  "VALUES (?, ?, ?, ?)");
         s.bind(1, name).bind(2, int64_t(id)).bind(3, Value(ownerSid)).bind(4, currentDateTime()).step();
         for (const auto& f : files) {
-            SqliteStmt fs(m_db.get(), "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
-                                      "data_space_id, name, physical_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
+            SqliteStmt fs(m_db.get(),
+                          "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
+                          "data_space_id, name, physical_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
             fs.bind(1, int64_t(id)).bind(2, int64_t(f.fileId)).bind(3, newGuid()).bind(4, int64_t(f.type));
             fs.bind(5, std::string(f.type == 0 ? "ROWS" : "LOG")).bind(6, int64_t(f.type == 0 ? 1 : 0));
             fs.bind(7, f.name).bind(8, f.physicalName).step();
@@ -318,8 +341,9 @@ void Catalog::replaceDatabaseFiles(int id, const std::vector<FileRecord>& files)
         SqliteStmt d(m_db.get(), "DELETE FROM lf_master_files WHERE database_id = ?");
         d.bind(1, int64_t(id)).step();
         for (const auto& f : files) {
-            SqliteStmt fs(m_db.get(), "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
-                                      "data_space_id, name, physical_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
+            SqliteStmt fs(m_db.get(),
+                          "INSERT INTO lf_master_files (database_id, file_id, file_guid, type, type_desc, "
+                          "data_space_id, name, physical_name) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
             fs.bind(1, int64_t(id)).bind(2, int64_t(f.fileId)).bind(3, newGuid()).bind(4, int64_t(f.type));
             fs.bind(5, std::string(f.type == 0 ? "ROWS" : "LOG")).bind(6, int64_t(f.type == 0 ? 1 : 0));
             fs.bind(7, f.name).bind(8, f.physicalName).step();
@@ -386,14 +410,16 @@ LoginRecord Catalog::createLogin(const std::string& name, char type, const std::
     std::lock_guard lock(m_mutex);
     if (loginWhere("name = ?", name) || name.empty())
         throw SqlError(15025, 16, "The server principal '" + name + "' already exists.");
-    SqliteStmt next(m_db.get(), "SELECT max(256, ifnull(max(principal_id) + 1, 256)) FROM lf_server_principals");
+    SqliteStmt next(m_db.get(),
+                    "SELECT max(256, ifnull(max(principal_id) + 1, 256)) FROM lf_server_principals");
     next.step();
     const int id = static_cast<int>(next.integer(0));
     const std::string now = currentDateTime();
     const char* typeDesc = type == 'S' ? "SQL_LOGIN" : type == 'U' ? "WINDOWS_LOGIN" : "WINDOWS_GROUP";
-    SqliteStmt s(m_db.get(), "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
-                             "is_disabled, create_date, modify_date, default_database_name, default_language_name, "
-                             "password_hash) VALUES (?, ?, ?, ?, ?, 0, ?, ?, ?, 'us_english', ?)");
+    SqliteStmt s(m_db.get(),
+                 "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
+                 "is_disabled, create_date, modify_date, default_database_name, default_language_name, "
+                 "password_hash) VALUES (?, ?, ?, ?, ?, 0, ?, ?, ?, 'us_english', ?)");
     s.bind(1, name).bind(2, int64_t(id)).bind(3, Value(randomBytes(16))).bind(4, std::string(1, type));
     s.bind(5, std::string(typeDesc)).bind(6, now).bind(7, now);
     s.bind(8, defaultDatabase.empty() ? std::string("master") : defaultDatabase);
@@ -414,21 +440,27 @@ void Catalog::dropLogin(int id)
 void Catalog::setLoginDisabled(int id, bool disabled)
 {
     std::lock_guard lock(m_mutex);
-    SqliteStmt s(m_db.get(), "UPDATE lf_server_principals SET is_disabled = ?, modify_date = ? WHERE principal_id = ?");
+    SqliteStmt s(m_db.get(),
+                 "UPDATE lf_server_principals SET is_disabled = ?, modify_date = ? WHERE principal_id = ?");
     s.bind(1, int64_t(disabled)).bind(2, currentDateTime()).bind(3, int64_t(id)).step();
 }
 
 void Catalog::setPassword(int id, const std::string& password)
 {
     std::lock_guard lock(m_mutex);
-    SqliteStmt s(m_db.get(), "UPDATE lf_server_principals SET password_hash = ?, modify_date = ? WHERE principal_id = ?");
-    s.bind(1, Value(hashPassword(password, randomBytes(4)))).bind(2, currentDateTime()).bind(3, int64_t(id)).step();
+    SqliteStmt s(m_db.get(),
+                 "UPDATE lf_server_principals SET password_hash = ?, modify_date = ? WHERE principal_id = ?");
+    s.bind(1, Value(hashPassword(password, randomBytes(4))))
+        .bind(2, currentDateTime())
+        .bind(3, int64_t(id))
+        .step();
 }
 
 void Catalog::setDefaultDatabase(int id, const std::string& database)
 {
     std::lock_guard lock(m_mutex);
-    SqliteStmt s(m_db.get(), "UPDATE lf_server_principals SET default_database_name = ? WHERE principal_id = ?");
+    SqliteStmt s(m_db.get(),
+                 "UPDATE lf_server_principals SET default_database_name = ? WHERE principal_id = ?");
     s.bind(1, database).bind(2, int64_t(id)).step();
 }
 
@@ -478,4 +510,4 @@ void Catalog::setServerRoleMember(const std::string& role, int loginId, bool mem
     s.bind(1, int64_t(roleId)).bind(2, int64_t(loginId)).step();
 }
 
-}  // namespace standin
+} // namespace standin

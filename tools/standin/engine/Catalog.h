@@ -12,7 +12,7 @@ namespace standin {
 
 struct FileRecord {
     int fileId = 1;
-    int type = 0;   // 0 data (ROWS), 1 log
+    int type = 0; // 0 data (ROWS), 1 log
     std::string name;
     std::string physicalName;
 };
@@ -27,7 +27,7 @@ struct DatabaseRecord {
 struct LoginRecord {
     int id = 0;
     std::string name;
-    char type = 'S';   // 'S' SQL login, 'U' Windows user, 'G' Windows group
+    char type = 'S'; // 'S' SQL login, 'U' Windows user, 'G' Windows group
     bool disabled = false;
     std::string defaultDatabase;
     std::vector<uint8_t> sid;
@@ -49,7 +49,8 @@ public:
     std::optional<DatabaseRecord> database(const std::string& name);
     std::optional<DatabaseRecord> database(int id);
     std::vector<DatabaseRecord> databases();
-    int addDatabase(const std::string& name, const std::vector<FileRecord>& files, const std::vector<uint8_t>& ownerSid);
+    int addDatabase(const std::string& name, const std::vector<FileRecord>& files,
+                    const std::vector<uint8_t>& ownerSid);
     void replaceDatabaseFiles(int id, const std::vector<FileRecord>& files);
     void removeDatabase(int id);
     bool renameLogicalFile(int databaseId, const std::string& oldName, const std::string& newName);
@@ -88,4 +89,4 @@ std::vector<uint8_t> randomBytes(size_t n);
 std::string newGuid();
 std::string currentDateTime();
 
-}  // namespace standin
+} // namespace standin

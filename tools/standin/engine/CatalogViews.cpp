@@ -17,10 +17,10 @@ std::string sqlString(const std::string& s)
     return "'" + replaceAll(s, "'", "''") + "'";
 }
 
-}  // namespace
+} // namespace
 
-std::string systemViewSql(const std::string& schema, const std::string& name, const std::string& databaseSchema,
-                          const std::string& databaseName)
+std::string systemViewSql(const std::string& schema, const std::string& name,
+                          const std::string& databaseSchema, const std::string& databaseName)
 {
     std::string sql;
     const bool sys = schema == "SYS" || schema.empty() || schema == "DBO";
@@ -28,10 +28,13 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
     if (schema == "SYS" && name == "DATABASES") {
         sql = "SELECT * FROM {M}.lf_databases";
     } else if (schema == "SYS" && name == "MASTER_FILES") {
-        sql = "SELECT database_id, file_id, file_guid, type, type_desc, data_space_id, name, physical_name, state, "
-              "state_desc, lf_pages(physical_name) AS size, max_size, growth, is_percent_growth FROM {M}.lf_master_files";
+        sql = "SELECT database_id, file_id, file_guid, type, type_desc, data_space_id, name, physical_name, "
+              "state, "
+              "state_desc, lf_pages(physical_name) AS size, max_size, growth, is_percent_growth FROM "
+              "{M}.lf_master_files";
     } else if (schema == "SYS" && name == "DATABASE_FILES") {
-        sql = "SELECT file_id, file_guid, type, type_desc, data_space_id, name, physical_name, state, state_desc, "
+        sql = "SELECT file_id, file_guid, type, type_desc, data_space_id, name, physical_name, state, "
+              "state_desc, "
               "lf_pages(physical_name) AS size, max_size, growth, is_percent_growth FROM {M}.lf_master_files "
               "WHERE database_id = " +
               dbIdCall;
@@ -44,14 +47,37 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
     } else if (schema == "SYS" && name == "SERVER_ROLE_MEMBERS") {
         sql = "SELECT role_principal_id, member_principal_id FROM {M}.lf_server_role_members";
     } else if (sys && (name == "SYSLOGINS" || name == "SYSLOGINS")) {
-        sql = "SELECT p.sid AS sid, p.create_date AS createdate, p.modify_date AS updatedate, p.name AS name, "
-              "p.default_database_name AS dbname, p.name AS loginname, (p.type IN ('U','G')) AS isntname, "
-              "(p.type = 'G') AS isntgroup, (p.type = 'U') AS isntuser, "
-              "EXISTS (SELECT 1 FROM {M}.lf_server_role_members m WHERE m.member_principal_id = p.principal_id AND "
-              "m.role_principal_id = 3) AS sysadmin, "
-              "EXISTS (SELECT 1 FROM {M}.lf_server_role_members m WHERE m.member_principal_id = p.principal_id AND "
-              "m.role_principal_id = 9) AS dbcreator "
-              "FROM {M}.lf_server_principals p WHERE p.type IN ('S','U','G')";
+        sql =
+            "SELECT p.sid AS sid, p.create_date AS createdate, p.modify_date AS updatedate, p.name AS name, "
+            "p.default_database_name AS dbname, p.name AS loginname, (p.type IN ('U','G')) AS isntname, "
+            "(p.type = 'G') AS isntgroup, (p.type = 'U') AS isntuser, "
+            "EXISTS (SELECT 1 FROM {M}.lf_server_role_members m WHERE m.member_principal_id = p.principal_id "
+            "AND "
+            "m.role_principal_id = 3) AS sysadmin, "
+            "EXISTS (SELECT 1 FROM {M}.lf_server_role_members m WHERE m.member_principal_id = p.principal_id "
+            "AND "
+            "m.role_principal_id = 9) AS dbcreator "
+            "FROM {M}.lf_server_principals p WHERE p.type IN ('S','U','G')";
+    } else if (sys && name == "SYSOBJECTS") {
+        // SQL Server 2000's view of objects, which generated scripts still test before DROP.
+        sql = "SELECT name, rootpage AS id, CASE type WHEN 'table' THEN 'U' ELSE 'V' END AS xtype, "
+              "CASE type WHEN 'table' THEN 'U' ELSE 'V' END AS type, 1 AS uid, 0 AS parent_obj "
+              "FROM {D}.sqlite_master WHERE type IN ('table','view') AND name NOT LIKE 'lf\\_%' ESCAPE '\\' "
+              "AND "
+              "name NOT LIKE 'sqlite\\_%' ESCAPE '\\' UNION ALL SELECT name, 1000000000 + rowid, 'P', 'P', "
+              "1, 0 "
+              "FROM {D}.lf_procedures";
+    } else if (sys && name == "SYSUSERS") {
+        sql = "SELECT principal_id AS uid, name, sid, (type = 'R') AS issqlrole, (type = 'S') AS issqluser, "
+              "(type IN ('U','G')) AS isntname, (type = 'G') AS isntgroup, (type = 'U') AS isntuser, "
+              "(type <> 'R') AS hasdbaccess, create_date AS createdate, modify_date AS updatedate "
+              "FROM {D}.lf_database_principals";
+    } else if (sys && name == "SYSMEMBERS") {
+        sql = "SELECT member_principal_id AS memberuid, role_principal_id AS groupuid FROM "
+              "{D}.lf_database_role_members";
+    } else if (schema == "SYS" && name == "PROCEDURES") {
+        sql = "SELECT name, 1000000000 + rowid AS object_id, 1 AS schema_id, 'P' AS type, "
+              "'SQL_STORED_PROCEDURE' AS type_desc, create_date, modify_date FROM {D}.lf_procedures";
     } else if (sys && name == "SYSDATABASES") {
         sql = "SELECT d.name AS name, d.database_id AS dbid, d.owner_sid AS sid, d.create_date AS crdate, "
               "d.compatibility_level AS cmptlevel, f.physical_name AS filename FROM {M}.lf_databases d "
@@ -62,10 +88,12 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
     } else if (schema == "SYS" && name == "DATABASE_ROLE_MEMBERS") {
         sql = "SELECT role_principal_id, member_principal_id FROM {D}.lf_database_role_members";
     } else if (schema == "SYS" && name == "DATABASE_PERMISSIONS") {
-        sql = "SELECT class, class_desc, major_id, minor_id, grantee_principal_id, grantor_principal_id, type, "
-              "permission_name, state, state_desc FROM {D}.lf_database_permissions";
+        sql =
+            "SELECT class, class_desc, major_id, minor_id, grantee_principal_id, grantor_principal_id, type, "
+            "permission_name, state, state_desc FROM {D}.lf_database_permissions";
     } else if (schema == "SYS" && (name == "TABLES" || name == "OBJECTS")) {
-        sql = "SELECT name, rootpage AS object_id, NULL AS principal_id, 1 AS schema_id, 0 AS parent_object_id, "
+        sql = "SELECT name, rootpage AS object_id, NULL AS principal_id, 1 AS schema_id, 0 AS "
+              "parent_object_id, "
               "CASE type WHEN 'table' THEN 'U' ELSE 'V' END AS type, "
               "CASE type WHEN 'table' THEN 'USER_TABLE' ELSE 'VIEW' END AS type_desc FROM {D}.sqlite_master "
               "WHERE type IN ('table','view') AND name NOT LIKE 'lf\\_%' ESCAPE '\\' AND name NOT LIKE "
@@ -75,7 +103,8 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
     } else if (schema == "INFORMATION_SCHEMA" && name == "TABLES") {
         sql = "SELECT " + (databaseName.empty() ? std::string("lf_db_name()") : sqlString(databaseName)) +
               " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, name AS TABLE_NAME, CASE type WHEN 'table' THEN "
-              "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM {D}.sqlite_master WHERE type IN ('table','view') "
+              "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM {D}.sqlite_master WHERE type IN "
+              "('table','view') "
               "AND name NOT LIKE 'lf\\_%' ESCAPE '\\' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'";
     } else {
         return "";
@@ -85,4 +114,4 @@ std::string systemViewSql(const std::string& schema, const std::string& name, co
     return sql;
 }
 
-}  // namespace standin
+} // namespace standin

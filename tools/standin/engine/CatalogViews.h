@@ -11,4 +11,4 @@ namespace standin {
 std::string systemViewSql(const std::string& schemaUpper, const std::string& nameUpper,
                           const std::string& databaseSchema, const std::string& databaseName);
 
-}  // namespace standin
+} // namespace standin

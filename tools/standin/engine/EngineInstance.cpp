@@ -34,7 +34,7 @@ ServerMessage loginFailed(const std::string& user)
     return m;
 }
 
-}  // namespace
+} // namespace
 
 EngineInstance::EngineInstance(const InstanceConfig& config)
     : m_config(config), m_catalog(config.dataFolder, saPassword())
@@ -60,8 +60,8 @@ std::string EngineInstance::serverName() const
 
 std::string EngineInstance::versionText() const
 {
-    return "Microsoft SQL Server 2005 - " + m_config.productVersion +
-           " (Labfolio stand-in on SQLite " + sqlite3_libversion() + ")\n\tExpress Edition on Linux\n";
+    return "Microsoft SQL Server 2005 - " + m_config.productVersion + " (Labfolio stand-in on SQLite " +
+           sqlite3_libversion() + ")\n\tExpress Edition on Linux\n";
 }
 
 void EngineInstance::enterDatabase(int id)
@@ -92,15 +92,15 @@ std::unique_ptr<Session> EngineInstance::login(const LoginRequest& request, Serv
     if (request.windowsAuthenticated) {
         // The front end has checked the Windows account itself. It may come in through its
         // own login or, like every local account, through the group BUILTIN\Users.
+        auto group = m_catalog.login("BUILTIN\\Users");
+        const bool viaGroup = group && group->type == 'G' && !group->disabled;
+        if (viaGroup)
+            groups.push_back(*group); // what the group may do, its members may do
         if (login && login->type == 'U') {
             ok = true;
-        } else if (!login) {
-            auto group = m_catalog.login("BUILTIN\\Users");
-            if (group && group->type == 'G' && !group->disabled) {
-                login = LoginRecord{group->id, request.userName, 'U', false, group->defaultDatabase, group->sid};
-                groups.push_back(*group);
-                ok = true;
-            }
+        } else if (!login && viaGroup) {
+            login = LoginRecord{group->id, request.userName, 'U', false, group->defaultDatabase, group->sid};
+            ok = true;
         }
     } else {
         ok = login && login->type == 'S' && m_catalog.checkPassword(login->id, request.password);
@@ -119,13 +119,15 @@ std::unique_ptr<Session> EngineInstance::login(const LoginRequest& request, Serv
             error.text = "Cannot open user default database. Login failed.";
         } else {
             error.number = 4060;
-            error.text = "Cannot open database \"" + request.database + "\" requested by the login. The login failed.";
+            error.text =
+                "Cannot open database \"" + request.database + "\" requested by the login. The login failed.";
         }
         return nullptr;
     }
     try {
         return std::make_unique<EngineSession>(*this, *login, groups, *db, request.hostName, request.appName);
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         error = ServerMessage{e.number(), e.state(), e.severity(), e.what(), "", 1};
         return nullptr;
     }
@@ -136,4 +138,4 @@ std::unique_ptr<Instance> openInstance(const InstanceConfig& config)
     return std::make_unique<EngineInstance>(config);
 }
 
-}  // namespace standin
+} // namespace standin

@@ -46,4 +46,4 @@ private:
     std::atomic<int> m_nextSpid{51};
 };
 
-}  // namespace standin
+} // namespace standin

@@ -15,7 +15,8 @@ namespace {
 
 std::string upper(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return s;
 }
 
@@ -40,18 +41,18 @@ ColumnInfo typeOfValue(const Value& v)
         c.type = SqlType::NVarChar;
         c.maxLength = s->size() > 4000 ? -1 : 4000;
     } else {
-        c.type = SqlType::Int;   // an untyped NULL, as SQL Server types "SELECT NULL"
+        c.type = SqlType::Int; // an untyped NULL, as SQL Server types "SELECT NULL"
         c.maxLength = 4;
     }
     return c;
 }
 
-}  // namespace
+} // namespace
 
 EngineSession::EngineSession(EngineInstance& instance, LoginRecord login, std::vector<LoginRecord> groups,
                              const DatabaseRecord& database, std::string hostName, std::string appName)
-    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)), m_hostName(std::move(hostName)),
-      m_appName(std::move(appName)), m_spid(instance.nextSpid())
+    : m_instance(instance), m_login(std::move(login)), m_groups(std::move(groups)),
+      m_hostName(std::move(hostName)), m_appName(std::move(appName)), m_spid(instance.nextSpid())
 {
     openDatabase(database);
 }
@@ -69,17 +70,21 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         throw SqlError(945, 14, "Database '" + db.name + "' cannot be opened due to inaccessible files.");
     SqliteDb conn(db.files.front().physicalName, false);
     registerFunctions(conn.get(), this);
+    // Database files made before procedures were kept lack their table.
+    conn.exec("CREATE TABLE IF NOT EXISTS main.lf_procedures (name nvarchar(128) COLLATE NOCASE PRIMARY KEY, "
+              "parameters nvarchar(-1), body nvarchar(-1), create_date datetime, modify_date datetime)");
     if (db.id != 1) {
         SqliteStmt attach(conn.get(), "ATTACH DATABASE ? AS master");
         attach.bind(1, m_instance.catalog().masterPath()).step();
     }
     if (m_inTransaction)
-        m_inTransaction = false;   // switching databases ends the SQLite transaction with the connection
+        m_inTransaction = false; // switching databases ends the SQLite transaction with the connection
     m_instance.enterDatabase(db.id);
     if (m_database.id)
         m_instance.leaveDatabase(m_database.id);
     m_db = std::move(conn);
     m_database = db;
+    m_userCache.reset();
     m_attached.clear();
     m_generation = m_instance.generation();
 }
@@ -94,10 +99,12 @@ std::map<std::string, ColumnInfo> EngineSession::variableTypes() const
 
 void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
 {
+    m_userCache.reset();
     std::vector<Stmt> statements;
     try {
         statements = translateBatch(sql, variableTypes());
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         ServerMessage m{e.number(), e.state(), e.severity(), e.what(), "", 1};
         sink.message(m);
         DoneInfo d;
@@ -105,10 +112,41 @@ void EngineSession::executeBatch(const std::string& sql, ResultSink& sink)
         sink.statementDone(d);
         return;
     }
-    runStatements(statements, sink, "");
+    // Every batch ends with at least one DONE, as SQL Server's do, also when it held only
+    // declarations or options.
+    class CountingSink : public ResultSink {
+    public:
+        explicit CountingSink(ResultSink& inner) : m_inner(inner) {}
+        int dones = 0;
+        void columns(const std::vector<ColumnInfo>& c) override { m_inner.columns(c); }
+        void row(const std::vector<Value>& r) override { m_inner.row(r); }
+        void statementDone(const DoneInfo& d) override
+        {
+            ++dones;
+            m_inner.statementDone(d);
+        }
+        void message(const ServerMessage& m) override { m_inner.message(m); }
+        void databaseChanged(const std::string& o, const std::string& n) override
+        {
+            m_inner.databaseChanged(o, n);
+        }
+        void returnStatus(int32_t s) override { m_inner.returnStatus(s); }
+        void returnValue(const std::string& n, const ColumnInfo& t, const Value& v) override
+        {
+            m_inner.returnValue(n, t, v);
+        }
+        bool cancelRequested() override { return m_inner.cancelRequested(); }
+
+    private:
+        ResultSink& m_inner;
+    } counting(sink);
+    runStatements(statements, counting, "");
+    if (counting.dones == 0 && !sink.cancelRequested())
+        sink.statementDone(DoneInfo{});
 }
 
-void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink, const std::string& procName)
+void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSink& sink,
+                                  const std::string& procName)
 {
     ++m_depth;
     size_t pc = 0;
@@ -120,7 +158,8 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
         try {
             execute(s, sink, next);
             m_lastError = 0;
-        } catch (const SqlError& e) {
+        } catch (const std::exception& ex) {
+            const SqlError e = asSqlError(ex);
             m_lastError = e.number();
             ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procName, s.line};
             sink.message(m);
@@ -132,7 +171,7 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             if (sink.cancelRequested())
                 break;
         }
-        if (next == SIZE_MAX)   // RETURN
+        if (next == SIZE_MAX) // RETURN
             break;
         pc = next;
     }
@@ -160,6 +199,7 @@ void EngineSession::info(ResultSink& sink, int32_t number, const std::string& te
 
 void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
 {
+    checkAccess(s);
     switch (s.kind) {
     case StmtKind::Query:
         runQuery(s, sink);
@@ -190,6 +230,12 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     case StmtKind::SetOption: {
         if (s.name == "NOCOUNT")
             m_noCount = evaluateText(s.args[0].expr) == "ON";
+        // Options that would change results the stand-in does not limit are refused rather
+        // than ignored when they are switched on.
+        if (s.name == "ROWCOUNT" && evaluateText(s.args[0].expr) != "0")
+            throw unsupported("SET ROWCOUNT other than 0");
+        if (s.name == "IMPLICIT_TRANSACTIONS" && evaluateText(s.args[0].expr) == "ON")
+            throw unsupported("SET IMPLICIT_TRANSACTIONS ON");
         // The other session options (ANSI_NULLS, QUOTED_IDENTIFIER, TEXTSIZE, DATEFORMAT...)
         // that clients send on connecting describe behaviour the stand-in already has or
         // does not model; they are accepted without effect.
@@ -205,14 +251,17 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     }
     case StmtKind::Raiserror: {
         const std::string text = evaluateText(s.args[0].expr);
-        const int64_t severity = s.args.size() > 1 ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr),
-                                                                                       columnInfoForType("int")))
-                                                   : 16;
-        const int64_t state = s.args.size() > 2 ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr),
-                                                                                    columnInfoForType("int")))
-                                                : 1;
+        const int64_t severity =
+            s.args.size() > 1
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr), columnInfoForType("int")))
+                : 16;
+        const int64_t state =
+            s.args.size() > 2
+                ? std::get<int64_t>(normalizeValue(evaluate(s.args[2].expr), columnInfoForType("int")))
+                : 1;
         if (severity <= 10) {
-            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "", s.line};
+            ServerMessage m{50000, static_cast<uint8_t>(state), static_cast<uint8_t>(severity), text, "",
+                            s.line};
             sink.message(m);
             return;
         }
@@ -221,6 +270,7 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
     }
     case StmtKind::Use:
         useDatabase(s.name, sink, s.line);
+        done(sink, 0, false, 0);
         return;
     case StmtKind::Exec:
         execStatement(s, sink);
@@ -239,13 +289,15 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     case StmtKind::CommitTran:
         if (!m_inTransaction)
-            throw SqlError(3902, 16, "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3902, 16,
+                           "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("COMMIT");
         m_inTransaction = false;
         return;
     case StmtKind::RollbackTran:
         if (!m_inTransaction)
-            throw SqlError(3903, 16, "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
+            throw SqlError(3903, 16,
+                           "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("ROLLBACK");
         m_inTransaction = false;
         return;
@@ -335,9 +387,10 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         done(sink, 0, false, 0);
         return;
     case StmtKind::Return:
-        m_returnStatus = s.args.empty() ? 0
-                                        : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
-                                                                           columnInfoForType("int")));
+        m_returnStatus = s.args.empty()
+                             ? 0
+                             : std::get<int64_t>(normalizeValue(convertValue(evaluate(s.args[0].expr), "int"),
+                                                                columnInfoForType("int")));
         next = SIZE_MAX;
         return;
     case StmtKind::Nop:
@@ -468,12 +521,14 @@ std::string EngineSession::resolve(const std::string& sql)
                 if (it == m_attached.end()) {
                     auto rec = m_instance.catalog().database(db);
                     if (!rec)
-                        throw SqlError(911, 16, "Database '" + db +
-                                                    "' does not exist. Make sure that the name is entered correctly.");
+                        throw SqlError(911, 16,
+                                       "Database '" + db +
+                                           "' does not exist. Make sure that the name is entered correctly.");
                     if (!databaseUserFor(m_instance, m_login, m_groups, *rec))
-                        throw SqlError(916, 14, "The server principal \"" + m_login.name +
-                                                    "\" is not able to access the database \"" + rec->name +
-                                                    "\" under the current security context.");
+                        throw SqlError(916, 14,
+                                       "The server principal \"" + m_login.name +
+                                           "\" is not able to access the database \"" + rec->name +
+                                           "\" under the current security context.");
                     const std::string alias = "lfdb_" + std::to_string(rec->id);
                     SqliteStmt attach(m_db.get(), "ATTACH DATABASE ? AS " + alias);
                     attach.bind(1, rec->files.front().physicalName).step();
@@ -532,10 +587,12 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 {
     auto db = m_instance.catalog().database(name);
     if (!db)
-        throw SqlError(911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
+        throw SqlError(
+            911, 16, "Database '" + name + "' does not exist. Make sure that the name is entered correctly.");
     if (!databaseUserFor(m_instance, m_login, m_groups, *db))
-        throw SqlError(916, 14, "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
-                                    db->name + "\" under the current security context.");
+        throw SqlError(916, 14,
+                       "The server principal \"" + m_login.name + "\" is not able to access the database \"" +
+                           db->name + "\" under the current security context.");
     const std::string old = m_database.name;
     if (db->id != m_database.id)
         openDatabase(*db);
@@ -544,7 +601,8 @@ void EngineSession::useDatabase(const std::string& name, ResultSink& sink, int l
 }
 
 std::optional<int> EngineSession::databaseUserFor(EngineInstance& instance, const LoginRecord& login,
-                                                  const std::vector<LoginRecord>& groups, const DatabaseRecord& db)
+                                                  const std::vector<LoginRecord>& groups,
+                                                  const DatabaseRecord& db)
 {
     auto& catalog = instance.catalog();
     if (catalog.isServerRoleMember(login.id, "sysadmin"))
@@ -577,141 +635,4 @@ std::optional<int> EngineSession::databaseUserFor(EngineInstance& instance, cons
     return std::nullopt;
 }
 
-Value EngineSession::callContextFunction(const std::string& name, const std::vector<Value>& args)
-{
-    auto text = [&](size_t i) {
-        ColumnInfo t;
-        t.type = SqlType::NVarChar;
-        if (i >= args.size())
-            return std::string();
-        Value v = normalizeValue(args[i], t);
-        return std::holds_alternative<std::string>(v) ? std::get<std::string>(v) : std::string();
-    };
-    const InstanceConfig& config = m_instance.config();
-    if (name == "lf_global") {
-        const std::string g = text(0);
-        if (g == "VERSION")
-            return m_instance.versionText();
-        if (g == "SERVERNAME")
-            return m_instance.serverName();
-        if (g == "SERVICENAME")
-            return m_instance.isDefaultInstance() ? std::string("MSSQLSERVER") : config.instanceName;
-        if (g == "SPID")
-            return int64_t(m_spid);
-        if (g == "ROWCOUNT")
-            return m_rowCount;
-        if (g == "IDENTITY") {
-            const int64_t id = sqlite3_last_insert_rowid(m_db.get());
-            return id ? Value(id) : Value();
-        }
-        if (g == "ERROR")
-            return m_lastError;
-        if (g == "TRANCOUNT")
-            return int64_t(m_inTransaction ? 1 : 0);
-        if (g == "LANGUAGE")
-            return std::string("us_english");
-        if (g == "MICROSOFTVERSION")
-            return int64_t(0x09001388);
-        return int64_t(-1);
-    }
-    if (name == "lf_serverproperty") {
-        const std::string p = upper(text(0));
-        if (p == "MACHINENAME" || p == "COMPUTERNAMEPHYSICALNETBIOS")
-            return config.machineName;
-        if (p == "SERVERNAME")
-            return m_instance.serverName();
-        if (p == "INSTANCENAME")
-            return m_instance.isDefaultInstance() ? Value() : Value(config.instanceName);
-        if (p == "PRODUCTVERSION")
-            return config.productVersion;
-        if (p == "PRODUCTLEVEL")
-            return std::string("SP4");
-        if (p == "EDITION")
-            return std::string("Express Edition");
-        if (p == "ENGINEEDITION")
-            return int64_t(4);
-        if (p == "COLLATION")
-            return std::string("SQL_Latin1_General_CP1_CI_AS");
-        if (p == "ISINTEGRATEDSECURITYONLY" || p == "ISCLUSTERED" || p == "ISSINGLEUSER" ||
-            p == "ISFULLTEXTINSTALLED")
-            return int64_t(0);
-        return std::monostate{};
-    }
-    if (name == "lf_host_name")
-        return m_hostName;
-    if (name == "lf_app_name")
-        return m_appName;
-    if (name == "lf_suser_sname" || name == "lf_suser_name")
-        return m_login.name;
-    if (name == "lf_user_name") {
-        auto id = currentUserId();
-        if (!id)
-            return std::monostate{};
-        SqliteStmt s(m_db.get(), "SELECT name FROM main.lf_database_principals WHERE principal_id = ?");
-        s.bind(1, int64_t(*id));
-        return s.step() ? Value(s.text(0)) : Value();
-    }
-    if (name == "lf_db_name") {
-        if (args.empty() || std::holds_alternative<std::monostate>(args[0]))
-            return m_database.name;
-        auto db = m_instance.catalog().database(static_cast<int>(std::get<int64_t>(
-            normalizeValue(args[0], columnInfoForType("int")))));
-        return db ? Value(db->name) : Value();
-    }
-    if (name == "db_id") {
-        if (args.empty())
-            return int64_t(m_database.id);
-        auto db = m_instance.catalog().database(text(0));
-        return db ? Value(int64_t(db->id)) : Value();
-    }
-    if (name == "lf_has_dbaccess") {
-        auto db = m_instance.catalog().database(text(0));
-        if (!db)
-            return std::monostate{};
-        return int64_t(databaseUserFor(m_instance, m_login, m_groups, *db) ? 1 : 0);
-    }
-    if (name == "lf_is_srvrolemember") {
-        try {
-            m_instance.catalog().serverRoleId(text(0));
-        } catch (const SqlError&) {
-            return std::monostate{};
-        }
-        if (args.size() > 1) {
-            auto other = m_instance.catalog().login(text(1));
-            if (!other)
-                return std::monostate{};
-            return int64_t(m_instance.catalog().isServerRoleMember(other->id, text(0)) ||
-                           m_instance.catalog().isServerRoleMember(other->id, "sysadmin"));
-        }
-        return int64_t(hasServerRole(text(0)) ? 1 : 0);
-    }
-    if (name == "lf_is_member") {
-        auto role = principalId(text(0), true);
-        auto user = currentUserId();
-        if (!role)
-            return std::monostate{};
-        if (!user)
-            return int64_t(0);
-        if (*user == 1 && *role == 16384)
-            return int64_t(1);
-        SqliteStmt s(m_db.get(), "SELECT 1 FROM main.lf_database_role_members WHERE role_principal_id = ? AND "
-                                 "member_principal_id = ?");
-        s.bind(1, int64_t(*role)).bind(2, int64_t(*user));
-        return int64_t(s.step() ? 1 : 0);
-    }
-    if (name == "lf_object_id") {
-        std::string object = text(0);
-        if (auto dot = object.rfind('.'); dot != std::string::npos)
-            object = object.substr(dot + 1);
-        object.erase(std::remove(object.begin(), object.end(), '['), object.end());
-        object.erase(std::remove(object.begin(), object.end(), ']'), object.end());
-        const bool temp = !object.empty() && object[0] == '#';
-        SqliteStmt s(m_db.get(), std::string("SELECT rootpage FROM ") + (temp ? "temp" : "main") +
-                                     ".sqlite_master WHERE name = ? COLLATE NOCASE AND type IN ('table','view')");
-        s.bind(1, object);
-        return s.step() ? Value(s.integer(0) == 0 ? int64_t(1) : s.integer(0)) : Value();
-    }
-    throw SqlError(195, 15, "'" + name + "' is not a recognized built-in function name.");
-}
-
-}  // namespace standin
+} // namespace standin

@@ -31,35 +31,39 @@ public:
 
     std::string currentDatabase() const override { return m_database.name; }
     void executeBatch(const std::string& sql, ResultSink& sink) override;
-    void executeRpc(const std::string& procedure, std::vector<RpcParameter>& parameters, ResultSink& sink) override;
+    void executeRpc(const std::string& procedure, std::vector<RpcParameter>& parameters,
+                    ResultSink& sink) override;
 
     Value callContextFunction(const std::string& name, const std::vector<Value>& args) override;
 
     // The database user this session's login maps to in the database at path, or nothing
     // when it has no access. Sysadmins are dbo everywhere.
     static std::optional<int> databaseUserFor(EngineInstance& instance, const LoginRecord& login,
-                                              const std::vector<LoginRecord>& groups, const DatabaseRecord& db);
+                                              const std::vector<LoginRecord>& groups,
+                                              const DatabaseRecord& db);
 
 private:
     EngineInstance& m_instance;
     LoginRecord m_login;
-    std::vector<LoginRecord> m_groups;   // Windows group logins through which a Windows user came in
+    std::vector<LoginRecord> m_groups; // Windows group logins through which a Windows user came in
     std::string m_hostName;
     std::string m_appName;
     int m_spid;
     DatabaseRecord m_database;
     SqliteDb m_db;
-    std::map<std::string, std::string> m_attached;   // upper-case database name -> schema alias
+    std::map<std::string, std::string> m_attached; // upper-case database name -> schema alias
     uint64_t m_generation = 0;
     std::map<std::string, Variable> m_variables;
     int64_t m_rowCount = 0;
     int64_t m_lastError = 0;
     bool m_noCount = false;
     bool m_inTransaction = false;
-    std::map<int, std::pair<std::string, std::string>> m_prepared;   // sp_prepare handles
+    std::map<int, std::pair<std::string, std::string>> m_prepared; // sp_prepare handles
     int m_nextHandle = 1;
     int m_depth = 0;
-    std::optional<int64_t> m_returnStatus;   // set by RETURN
+    std::optional<int64_t> m_returnStatus;         // set by RETURN
+    int m_ownershipChain = 0;                      // > 0 while a procedure's own statements run
+    std::optional<std::optional<int>> m_userCache; // this batch's database user
 
     // Batches and statements (EngineSession.cpp)
     void openDatabase(const DatabaseRecord& db);
@@ -76,6 +80,8 @@ private:
     void info(ResultSink& sink, int32_t number, const std::string& text, int line = 1);
     void useDatabase(const std::string& name, ResultSink& sink, int line);
     std::map<std::string, ColumnInfo> variableTypes() const;
+    Value hasPermsByName(const Value& securable, const std::string& securableClass,
+                         const std::string& permission);
 
     // Procedures (SessionProcedures.cpp)
     void execStatement(const Stmt& s, ResultSink& sink);
@@ -94,13 +100,16 @@ private:
     bool hasServerRole(const std::string& role);
     bool isDbOwner();
     std::optional<int> currentUserId();
+    void checkAccess(const Stmt& s);
+    std::vector<int64_t> principalsOfCurrentUser(int user);
     void requireServerRole(const char* role);
     void requireDbRole(const char* role);
     void createDatabase(const Stmt& s, ResultSink& sink);
     void dropDatabases(const Stmt& s, ResultSink& sink);
     void alterDatabaseFile(const Stmt& s, ResultSink& sink);
     void alterDatabaseSet(const Stmt& s, ResultSink& sink);
-    void createLogin(const std::string& name, bool windows, const std::string* password, const std::string& defaultDb);
+    void createLogin(const std::string& name, bool windows, const std::string* password,
+                     const std::string& defaultDb);
     void dropLogin(const std::string& name, bool windowsOnly);
     void alterLogin(const Stmt& s);
     void createUser(const std::string& user, const std::string& login, bool withoutLogin);
@@ -117,4 +126,4 @@ private:
     void restore(const Stmt& s, ResultSink& sink);
 };
 
-}  // namespace standin
+} // namespace standin

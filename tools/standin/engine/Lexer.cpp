@@ -25,7 +25,7 @@ std::string upperOf(const std::string& s)
     return u;
 }
 
-}  // namespace
+} // namespace
 
 std::vector<Token> tokenize(const std::string& sql)
 {
@@ -102,7 +102,8 @@ std::vector<Token> tokenize(const std::string& sql)
                 value += sql[k++];
             }
             if (!closed)
-                throw SqlError(105, 15, "Unclosed quotation mark after the character string '" + value + "'.");
+                throw SqlError(105, 15,
+                               "Unclosed quotation mark after the character string '" + value + "'.");
             countLines(i, k);
             t.text = std::move(value);
             i = k;
@@ -125,7 +126,8 @@ std::vector<Token> tokenize(const std::string& sql)
                 value += sql[k++];
             }
             if (!closed)
-                throw SqlError(105, 15, "Unclosed quotation mark after the character string '" + value + "'.");
+                throw SqlError(105, 15,
+                               "Unclosed quotation mark after the character string '" + value + "'.");
             countLines(i, k);
             t.kind = TokenKind::Quoted;
             t.text = std::move(value);
@@ -138,7 +140,8 @@ std::vector<Token> tokenize(const std::string& sql)
             t.kind = TokenKind::Binary;
             t.text = sql.substr(i + 2, k - i - 2);
             i = k;
-        } else if (std::isdigit(c) || (c == '.' && i + 1 < n && std::isdigit(static_cast<unsigned char>(sql[i + 1])))) {
+        } else if (std::isdigit(c) ||
+                   (c == '.' && i + 1 < n && std::isdigit(static_cast<unsigned char>(sql[i + 1])))) {
             size_t k = i;
             while (k < n && (std::isdigit(static_cast<unsigned char>(sql[k])) || sql[k] == '.'))
                 ++k;
@@ -173,7 +176,8 @@ std::vector<Token> tokenize(const std::string& sql)
             t.upper = upperOf(t.text);
             i = k;
         } else {
-            static const char* const twoChar[] = {"<>", "!=", "<=", ">=", "!<", "!>", "+=", "-=", "*=", "/=", "::"};
+            static const char* const twoChar[] = {"<>", "!=", "<=", ">=", "!<", "!>",
+                                                  "+=", "-=", "*=", "/=", "::"};
             t.kind = TokenKind::Operator;
             t.text = std::string(1, static_cast<char>(c));
             for (const char* op : twoChar) {
@@ -194,4 +198,4 @@ std::vector<Token> tokenize(const std::string& sql)
     return tokens;
 }
 
-}  // namespace standin
+} // namespace standin

@@ -6,24 +6,24 @@
 namespace standin {
 
 enum class TokenKind {
-    Identifier,   // bare word: keywords are identifiers too, compared by upper
-    Quoted,       // [bracketed] or "double-quoted" identifier
-    String,       // '...'
-    NString,      // N'...'
-    Number,       // 12, 1.5, 1e3
-    Binary,       // 0x0A0B
-    Variable,     // @name
-    Global,       // @@name
-    Operator,     // punctuation and operators
+    Identifier, // bare word: keywords are identifiers too, compared by upper
+    Quoted,     // [bracketed] or "double-quoted" identifier
+    String,     // '...'
+    NString,    // N'...'
+    Number,     // 12, 1.5, 1e3
+    Binary,     // 0x0A0B
+    Variable,   // @name
+    Global,     // @@name
+    Operator,   // punctuation and operators
     End,
 };
 
 struct Token {
     TokenKind kind = TokenKind::End;
-    std::string text;    // identifier or string contents without quotes; operator as written
-    std::string upper;   // upper-cased text, for keyword tests
+    std::string text;  // identifier or string contents without quotes; operator as written
+    std::string upper; // upper-cased text, for keyword tests
     int line = 1;
-    size_t offset = 0;   // byte offset in the batch
+    size_t offset = 0; // byte offset in the batch
     bool spaceBefore = false;
 
     bool is(const char* keyword) const { return kind == TokenKind::Identifier && upper == keyword; }
@@ -35,4 +35,4 @@ struct Token {
 // for an unterminated string, identifier or comment.
 std::vector<Token> tokenize(const std::string& sql);
 
-}  // namespace standin
+} // namespace standin

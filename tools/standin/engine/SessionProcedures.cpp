@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 
 // Stored procedures: the system procedures that manage logins, users and roles, sp_executesql
 // and the prepared-statement procedures that ODBC drivers use, and the product's own
@@ -16,7 +17,8 @@ namespace {
 
 std::string lower(std::string s)
 {
-    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return s;
 }
 
@@ -71,8 +73,8 @@ public:
             return &m_params[position];
         // Named in a different spelling, e.g. ":sessionKey" for "sessionkey": fall back on
         // position only when no argument is named.
-        if (position < m_params.size() &&
-            std::none_of(m_params.begin(), m_params.end(), [](const RpcParameter& p) { return !p.name.empty(); }))
+        if (position < m_params.size() && std::none_of(m_params.begin(), m_params.end(),
+                                                       [](const RpcParameter& p) { return !p.name.empty(); }))
             return &m_params[position];
         return nullptr;
     }
@@ -81,8 +83,9 @@ public:
         RpcParameter* p = find(position, name);
         if (!p || isNull(p->value)) {
             if (required)
-                throw SqlError(201, 16, "Procedure or function '" + m_procedure + "' expects parameter '@" +
-                                            std::string(name) + "', which was not supplied.");
+                throw SqlError(201, 16,
+                               "Procedure or function '" + m_procedure + "' expects parameter '@" +
+                                   std::string(name) + "', which was not supplied.");
             return "";
         }
         return textOf(p->value);
@@ -91,9 +94,11 @@ public:
     {
         RpcParameter* p = find(position, name);
         if (!p || isNull(p->value))
-            throw SqlError(201, 16, "Procedure or function '" + m_procedure + "' expects parameter '@" +
-                                        std::string(name) + "', which was not supplied.");
-        return std::get<int64_t>(normalizeValue(convertValue(p->value, "bigint"), columnInfoForType("bigint")));
+            throw SqlError(201, 16,
+                           "Procedure or function '" + m_procedure + "' expects parameter '@" +
+                               std::string(name) + "', which was not supplied.");
+        return std::get<int64_t>(
+            normalizeValue(convertValue(p->value, "bigint"), columnInfoForType("bigint")));
     }
 
 private:
@@ -103,18 +108,22 @@ private:
 
 bool hasSessionTable(sqlite3* db)
 {
-    SqliteStmt s(db, "SELECT 1 FROM main.sqlite_master WHERE type = 'table' AND name = 'ELN_sessions' COLLATE NOCASE");
+    SqliteStmt s(
+        db, "SELECT 1 FROM main.sqlite_master WHERE type = 'table' AND name = 'ELN_sessions' COLLATE NOCASE");
     return s.step();
 }
 
-}  // namespace
+} // namespace
 
-void EngineSession::executeRpc(const std::string& procedure, std::vector<RpcParameter>& parameters, ResultSink& sink)
+void EngineSession::executeRpc(const std::string& procedure, std::vector<RpcParameter>& parameters,
+                               ResultSink& sink)
 {
     int status = 0;
+    m_userCache.reset();
     try {
         status = callProcedure(procedure, parameters, sink);
-    } catch (const SqlError& e) {
+    } catch (const std::exception& ex) {
+        const SqlError e = asSqlError(ex);
         m_lastError = e.number();
         ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procedureKey(procedure), 1};
         sink.message(m);
@@ -160,7 +169,8 @@ void EngineSession::execStatement(const Stmt& s, ResultSink& sink)
     done(sink, 0xE0, false, 0);
 }
 
-int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcParameter>& params, ResultSink& sink)
+int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcParameter>& params,
+                                 ResultSink& sink)
 {
     const std::string key = procedureKey(procedure);
     Arguments args(params, key);
@@ -188,7 +198,8 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         const int handle = static_cast<int>(args.integer(0, "handle"));
         auto it = m_prepared.find(handle);
         if (it == m_prepared.end())
-            throw SqlError(8179, 16, "Could not find prepared statement with handle " + std::to_string(handle) + ".");
+            throw SqlError(8179, 16,
+                           "Could not find prepared statement with handle " + std::to_string(handle) + ".");
         std::vector<RpcParameter> call;
         call.push_back(RpcParameter{"@stmt", columnInfoForType("nvarchar(max)"), it->second.first, false});
         call.push_back(RpcParameter{"@params", columnInfoForType("nvarchar(max)"), it->second.second, false});
@@ -221,7 +232,8 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         const std::string name = args.text(0, "loginame");
         auto login = m_instance.catalog().login(name);
         if (!login)
-            login = m_instance.catalog().createLogin(name, name.rfind("BUILTIN\\", 0) == 0 ? 'G' : 'U', nullptr, "");
+            login = m_instance.catalog().createLogin(name, name.rfind("BUILTIN\\", 0) == 0 ? 'G' : 'U',
+                                                     nullptr, "");
         m_instance.catalog().setLoginDisabled(login->id, true);
         return 0;
     }
@@ -240,8 +252,9 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         const std::string name = who && !isNull(who->value) ? textOf(who->value) : m_login.name;
         auto login = m_instance.catalog().login(name);
         if (!login || login->type != 'S')
-            throw SqlError(15151, 16, "Cannot alter the login '" + name +
-                                          "', because it does not exist or you do not have permission.");
+            throw SqlError(15151, 16,
+                           "Cannot alter the login '" + name +
+                               "', because it does not exist or you do not have permission.");
         if (login->id != m_login.id)
             requireServerRole("securityadmin");
         m_instance.catalog().setPassword(login->id, newPassword);
@@ -251,8 +264,9 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         const std::string name = args.text(0, "loginame");
         auto login = m_instance.catalog().login(name);
         if (!login)
-            throw SqlError(15151, 16, "Cannot alter the login '" + name +
-                                          "', because it does not exist or you do not have permission.");
+            throw SqlError(15151, 16,
+                           "Cannot alter the login '" + name +
+                               "', because it does not exist or you do not have permission.");
         if (login->id != m_login.id)
             requireServerRole("securityadmin");
         m_instance.catalog().setDefaultDatabase(login->id, args.text(1, "defdb"));
@@ -295,6 +309,29 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         setServerRoleMember(args.text(1, "rolename"), args.text(0, "loginame"), key == "sp_addsrvrolemember");
         return 0;
     }
+    if (key == "sp_databases") {
+        ColumnInfo name = columnInfoForType("sysname"), size = columnInfoForType("int"),
+                   remarks = columnInfoForType("varchar(254)");
+        name.name = "DATABASE_NAME";
+        size.name = "DATABASE_SIZE";
+        remarks.name = "REMARKS";
+        sink.columns({name, size, remarks});
+        uint64_t count = 0;
+        for (const auto& db : m_instance.catalog().databases()) {
+            if (!databaseUserFor(m_instance, m_login, m_groups, db))
+                continue;
+            uint64_t bytes = 0;
+            for (const auto& f : db.files) {
+                std::error_code ec;
+                const auto n = std::filesystem::file_size(f.physicalName, ec);
+                bytes += ec ? 0 : n;
+            }
+            sink.row({db.name, static_cast<int64_t>(bytes / 1024), Value()});
+            ++count;
+        }
+        done(sink, 0xC1, true, count);
+        return 0;
+    }
     if (key == "start_session" && hasSessionTable(m_db.get())) {
         startSession(params);
         return 0;
@@ -304,8 +341,14 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
         return 0;
     }
     std::string definition, body;
-    if (findProcedure(key, definition, body))
+    if (findProcedure(key, definition, body)) {
+        if (m_ownershipChain == 0) {
+            Stmt call;
+            call.access.push_back({"EXECUTE", "", key});
+            checkAccess(call);
+        }
         return runProcedure(key, definition, body, params, sink);
+    }
     throw SqlError(2812, 16, "Could not find stored procedure '" + procedure + "'.");
 }
 
@@ -347,21 +390,23 @@ void EngineSession::dropProcedures(const Stmt& s)
         if (!findProcedure(name, p, b)) {
             if (s.flag)
                 continue;
-            throw SqlError(3701, 11, "Cannot drop the procedure '" + name +
-                                         "', because it does not exist or you do not have permission.");
+            throw SqlError(3701, 11,
+                           "Cannot drop the procedure '" + name +
+                               "', because it does not exist or you do not have permission.");
         }
         SqliteStmt d(m_db.get(), "DELETE FROM main.lf_procedures WHERE name = ?");
         d.bind(1, name).step();
     }
 }
 
-int EngineSession::runProcedure(const std::string& name, const std::string& definition, const std::string& body,
-                                std::vector<RpcParameter>& params, ResultSink& sink)
+int EngineSession::runProcedure(const std::string& name, const std::string& definition,
+                                const std::string& body, std::vector<RpcParameter>& params, ResultSink& sink)
 {
     const std::vector<ParameterDefinition> defs = parseParameterDefinitions(definition);
     auto isDefinedName = [&](const std::string& n) {
-        return std::any_of(defs.begin(), defs.end(),
-                           [&](const ParameterDefinition& d) { return parameterKey(d.name) == parameterKey(n); });
+        return std::any_of(defs.begin(), defs.end(), [&](const ParameterDefinition& d) {
+            return parameterKey(d.name) == parameterKey(n);
+        });
     };
     // The procedure runs in a scope of its own: its parameters are its only variables.
     std::map<std::string, Variable> outer = std::move(m_variables);
@@ -385,8 +430,9 @@ int EngineSession::runProcedure(const std::string& name, const std::string& defi
             else if (!defs[i].defaultExpr.empty())
                 v.value = convertValue(evaluate(defs[i].defaultExpr), typeName(defs[i].type));
             else if (!arg)
-                throw SqlError(201, 16, "Procedure or function '" + name + "' expects parameter '" + defs[i].name +
-                                            "', which was not supplied.");
+                throw SqlError(201, 16,
+                               "Procedure or function '" + name + "' expects parameter '" + defs[i].name +
+                                   "', which was not supplied.");
             m_variables[defs[i].name] = v;
         }
         std::map<std::string, ColumnInfo> types;
@@ -394,7 +440,14 @@ int EngineSession::runProcedure(const std::string& name, const std::string& defi
             types[d.name] = d.type;
         std::vector<Stmt> statements = translateBatch(body, types);
         m_returnStatus.reset();
-        runStatements(statements, sink, name);
+        ++m_ownershipChain;
+        try {
+            runStatements(statements, sink, name);
+        } catch (...) {
+            --m_ownershipChain;
+            throw;
+        }
+        --m_ownershipChain;
     } catch (...) {
         m_variables = std::move(outer);
         throw;
@@ -414,7 +467,8 @@ int EngineSession::executeSql(std::vector<RpcParameter>& params, ResultSink& sin
     Arguments args(params, "sp_executesql");
     const std::string statement = args.text(0, "stmt");
     RpcParameter* definitionArg = args.find(1, "params");
-    const std::string definitionText = definitionArg && !isNull(definitionArg->value) ? textOf(definitionArg->value) : "";
+    const std::string definitionText =
+        definitionArg && !isNull(definitionArg->value) ? textOf(definitionArg->value) : "";
     const std::vector<ParameterDefinition> definitions = parseParameterDefinitions(definitionText);
 
     // The statement sees only its parameters, as a separate scope; the caller's variables
@@ -436,8 +490,9 @@ int EngineSession::executeSql(std::vector<RpcParameter>& params, ResultSink& sin
             v.value = convertValue(value->value, typeName(definitions[i].type));
         else if (!definitions[i].output) {
             m_variables = std::move(outer);
-            throw SqlError(8178, 16, "The parameterized query '(" + definitionText + ")' expects the parameter '" +
-                                         definitions[i].name + "', which was not supplied.");
+            throw SqlError(8178, 16,
+                           "The parameterized query '(" + definitionText + ")' expects the parameter '" +
+                               definitions[i].name + "', which was not supplied.");
         }
         m_variables[definitions[i].name] = v;
     }
@@ -467,11 +522,13 @@ void EngineSession::startSession(std::vector<RpcParameter>& params)
     RpcParameter* biasArg = args.find(2, "clientbias");
     const Value bias = biasArg ? convertValue(biasArg->value, "int") : Value();
     // The key is taken as the next number whether or not the table numbers its rows itself.
-    SqliteStmt insert(m_db.get(), "INSERT INTO main.ELN_sessions (session_key, owner_key, client_bias, started) "
-                                  "VALUES ((SELECT ifnull(max(session_key), 0) + 1 FROM main.ELN_sessions), ?, ?, "
-                                  "lf_getdate())");
+    SqliteStmt insert(m_db.get(),
+                      "INSERT INTO main.ELN_sessions (session_key, owner_key, client_bias, started) "
+                      "VALUES ((SELECT ifnull(max(session_key), 0) + 1 FROM main.ELN_sessions), ?, ?, "
+                      "lf_getdate())");
     insert.bind(1, owner).bind(2, bias).step();
-    SqliteStmt read(m_db.get(), "SELECT session_key FROM main.ELN_sessions WHERE rowid = last_insert_rowid()");
+    SqliteStmt read(m_db.get(),
+                    "SELECT session_key FROM main.ELN_sessions WHERE rowid = last_insert_rowid()");
     read.step();
     if (key) {
         key->value = read.integer(0);
@@ -487,4 +544,4 @@ void EngineSession::endSession(std::vector<RpcParameter>& params)
     update.bind(1, key).step();
 }
 
-}  // namespace standin
+} // namespace standin

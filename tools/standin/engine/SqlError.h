@@ -31,4 +31,14 @@ inline SqlError unsupported(const std::string& what)
     return SqlError(50000, 16, "The SQL Server stand-in does not support " + what + ".");
 }
 
-}  // namespace standin
+// Any failure as the client sees it: SQL errors as they are, anything else (a library's
+// exception on input nobody foresaw) as an internal error rather than a dropped connection.
+inline SqlError asSqlError(const std::exception& e)
+{
+    if (auto sql = dynamic_cast<const SqlError*>(&e))
+        return *sql;
+    return SqlError(50002, 16,
+                    std::string("The SQL Server stand-in failed on this statement: ") + e.what() + ".");
+}
+
+} // namespace standin

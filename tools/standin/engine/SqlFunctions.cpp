@@ -49,7 +49,7 @@ bool parseInteger(const std::string& text, int64_t& out)
 {
     const std::string t = trim(text);
     if (t.empty())
-        return true;   // SQL Server converts '' to 0
+        return true; // SQL Server converts '' to 0
     const char* b = t.data() + (t[0] == '+' ? 1 : 0);
     auto r = std::from_chars(b, t.data() + t.size(), out);
     if (t.empty())
@@ -98,8 +98,8 @@ bool parseDateTime(const std::string& text, std::tm& tm, int& millis)
 std::string formatDateTime(const std::tm& tm, int millis)
 {
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday,
-                  tm.tm_hour, tm.tm_min, tm.tm_sec, millis);
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d.%03d", tm.tm_year + 1900, tm.tm_mon + 1,
+                  tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, millis);
     return buf;
 }
 
@@ -159,7 +159,8 @@ void setResult(sqlite3_context* ctx, const Value& v)
 
 void setError(sqlite3_context* ctx, const SqlError& e)
 {
-    const std::string m = "lfsql:" + std::to_string(e.number()) + ":" + std::to_string(e.severity()) + ":" + e.what();
+    const std::string m =
+        "lfsql:" + std::to_string(e.number()) + ":" + std::to_string(e.severity()) + ":" + e.what();
     sqlite3_result_error(ctx, m.c_str(), static_cast<int>(m.size()));
 }
 
@@ -173,8 +174,7 @@ std::vector<Value> args(int argc, sqlite3_value** argv)
 
 using PureFunction = Value (*)(const std::vector<Value>&);
 
-template <PureFunction F>
-void pure(sqlite3_context* ctx, int argc, sqlite3_value** argv)
+template <PureFunction F> void pure(sqlite3_context* ctx, int argc, sqlite3_value** argv)
 {
     try {
         setResult(ctx, F(args(argc, argv)));
@@ -200,8 +200,9 @@ Value numericOf(const Value& v, const Value& other)
         double d = 0;
         if (parseDouble(*s, d) && otherFloat)
             return d;
-        throw SqlError(245, 16, "Conversion failed when converting the varchar value '" + *s + "' to data type " +
-                                    valueTypeName(other) + ".");
+        throw SqlError(245, 16,
+                       "Conversion failed when converting the varchar value '" + *s + "' to data type " +
+                           valueTypeName(other) + ".");
     }
     return v;
 }
@@ -247,7 +248,9 @@ Value fnDiv(const std::vector<Value>& a)
         throw SqlError(8134, 16, "Divide by zero error encountered.");
     if (std::holds_alternative<int64_t>(l) && std::holds_alternative<int64_t>(r))
         return std::get<int64_t>(l) / std::get<int64_t>(r);
-    auto d = [](const Value& v) { return std::holds_alternative<int64_t>(v) ? double(std::get<int64_t>(v)) : std::get<double>(v); };
+    auto d = [](const Value& v) {
+        return std::holds_alternative<int64_t>(v) ? double(std::get<int64_t>(v)) : std::get<double>(v);
+    };
     return d(l) / d(r);
 }
 
@@ -279,7 +282,7 @@ Value fnLen(const std::vector<Value>& a)
     if (isNull(a[0]))
         return std::monostate{};
     std::string s = display(a[0]);
-    while (!s.empty() && s.back() == ' ')   // LEN ignores trailing blanks
+    while (!s.empty() && s.back() == ' ') // LEN ignores trailing blanks
         s.pop_back();
     return utf8Length(s);
 }
@@ -294,7 +297,7 @@ Value fnDataLength(const std::vector<Value>& a)
         return int64_t(4);
     if (std::holds_alternative<double>(a[0]))
         return int64_t(8);
-    return utf8Length(std::get<std::string>(a[0])) * 2;   // nvarchar: two bytes a character
+    return utf8Length(std::get<std::string>(a[0])) * 2; // nvarchar: two bytes a character
 }
 
 int64_t intArg(const Value& v)
@@ -389,8 +392,8 @@ int64_t daysFromCivil(int y, unsigned m, unsigned d)
 
 int64_t secondsOf(const std::tm& tm)
 {
-    return daysFromCivil(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday) * 86400 + tm.tm_hour * 3600 + tm.tm_min * 60 +
-           tm.tm_sec;
+    return daysFromCivil(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday) * 86400 + tm.tm_hour * 3600 +
+           tm.tm_min * 60 + tm.tm_sec;
 }
 
 std::string canonicalPart(const std::string& p)
@@ -453,12 +456,17 @@ Value fnDateAdd(const std::vector<Value>& a)
         tm.tm_mon = static_cast<int>(months % 12);
         static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
         const int y = tm.tm_year + 1900;
-        const int last = tm.tm_mon == 1 && ((y % 4 == 0 && y % 100 != 0) || y % 400 == 0) ? 29 : kDays[tm.tm_mon];
+        const int last =
+            tm.tm_mon == 1 && ((y % 4 == 0 && y % 100 != 0) || y % 400 == 0) ? 29 : kDays[tm.tm_mon];
         tm.tm_mday = std::min(tm.tm_mday, last);
         return formatDateTime(tm, ms);
     }
     int64_t total = secondsOf(tm) * 1000 + ms;
-    const int64_t unit = p == "day" ? 86400000 : p == "hour" ? 3600000 : p == "minute" ? 60000 : p == "second" ? 1000 : 1;
+    const int64_t unit = p == "day"      ? 86400000
+                         : p == "hour"   ? 3600000
+                         : p == "minute" ? 60000
+                         : p == "second" ? 1000
+                                         : 1;
     total += n * unit;
     const int64_t secs = total >= 0 ? total / 1000 : (total - 999) / 1000;
     ms = static_cast<int>(total - secs * 1000);
@@ -507,7 +515,7 @@ void contextTrampoline(sqlite3_context* ctx, int argc, sqlite3_value** argv)
     }
 }
 
-}  // namespace
+} // namespace
 
 Value convertValue(const Value& v, const std::string& type)
 {
@@ -528,8 +536,9 @@ Value convertValue(const Value& v, const std::string& type)
             if (target.type == SqlType::Bit && (trim(*s) == "false" || trim(*s) == "FALSE"))
                 return int64_t(0);
             if (!parseInteger(*s, n))
-                throw SqlError(245, 16, "Conversion failed when converting the nvarchar value '" + *s +
-                                            "' to data type " + targetName + ".");
+                throw SqlError(245, 16,
+                               "Conversion failed when converting the nvarchar value '" + *s +
+                                   "' to data type " + targetName + ".");
         } else if (auto d = std::get_if<double>(&v)) {
             n = static_cast<int64_t>(*d);
         } else if (auto i = std::get_if<int64_t>(&v)) {
@@ -550,7 +559,8 @@ Value convertValue(const Value& v, const std::string& type)
                            : target.type == SqlType::TinyInt  ? 255
                                                               : INT64_MAX;
         if (n < lo || n > hi)
-            throw SqlError(8115, 16, "Arithmetic overflow error converting expression to data type " + targetName + ".");
+            throw SqlError(
+                8115, 16, "Arithmetic overflow error converting expression to data type " + targetName + ".");
         return n;
     }
     case SqlType::Float: {
@@ -566,15 +576,18 @@ Value convertValue(const Value& v, const std::string& type)
         std::tm tm{};
         int ms = 0;
         if (!parseDateTime(display(v), tm, ms))
-            throw SqlError(241, 16, "Conversion failed when converting date and/or time from character string.");
+            throw SqlError(241, 16,
+                           "Conversion failed when converting date and/or time from character string.");
         return formatDateTime(tm, ms);
     }
     case SqlType::UniqueIdentifier: {
-        static const std::regex re("^\\{?([0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12})\\}?$");
+        static const std::regex re(
+            "^\\{?([0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12})\\}?$");
         std::smatch m;
         const std::string s = trim(display(v));
         if (!std::regex_match(s, m, re))
-            throw SqlError(8169, 16, "Conversion failed when converting from a character string to uniqueidentifier.");
+            throw SqlError(8169, 16,
+                           "Conversion failed when converting from a character string to uniqueidentifier.");
         std::string g = m[1];
         for (auto& c : g)
             c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -636,12 +649,14 @@ void registerFunctions(sqlite3* db, FunctionContext* context)
         {"lf_datediff", 3, pure<fnDateDiff>, true},
     };
     for (const auto& f : pureFunctions)
-        sqlite3_create_function_v2(db, f.name, f.args, SQLITE_UTF8 | (f.deterministic ? SQLITE_DETERMINISTIC : 0),
-                                   nullptr, f.fn, nullptr, nullptr, nullptr);
-    const char* const contextFunctions[] = {"lf_global",       "lf_serverproperty", "lf_host_name",  "lf_suser_sname",
-                                            "lf_suser_name",   "lf_user_name",      "lf_db_name",    "lf_app_name",
-                                            "db_id",           "lf_has_dbaccess",   "lf_is_srvrolemember",
-                                            "lf_is_member",    "lf_object_id"};
+        sqlite3_create_function_v2(db, f.name, f.args,
+                                   SQLITE_UTF8 | (f.deterministic ? SQLITE_DETERMINISTIC : 0), nullptr, f.fn,
+                                   nullptr, nullptr, nullptr);
+    const char* const contextFunctions[] = {"lf_global",       "lf_serverproperty",   "lf_host_name",
+                                            "lf_suser_sname",  "lf_suser_name",       "lf_user_name",
+                                            "lf_db_name",      "lf_app_name",         "db_id",
+                                            "lf_has_dbaccess", "lf_is_srvrolemember", "lf_is_member",
+                                            "lf_object_id",    "lf_objectproperty",   "lf_has_perms_by_name"};
     for (const char* name : contextFunctions) {
         auto* data = new ContextName{context, name};
         sqlite3_create_function_v2(db, name, -1, SQLITE_UTF8, data, contextTrampoline, nullptr, nullptr,
@@ -649,4 +664,4 @@ void registerFunctions(sqlite3* db, FunctionContext* context)
     }
 }
 
-}  // namespace standin
+} // namespace standin

@@ -27,4 +27,4 @@ void registerFunctions(sqlite3* db, FunctionContext* context);
 // Throws SqlError (245, 241, 8169...) when SQL Server would.
 Value convertValue(const Value& v, const std::string& type);
 
-}  // namespace standin
+} // namespace standin

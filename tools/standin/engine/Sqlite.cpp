@@ -15,8 +15,9 @@ SqliteDb::SqliteDb(const std::string& path, bool create)
         const std::string message = m_db ? sqlite3_errmsg(m_db) : "out of memory";
         sqlite3_close(m_db);
         m_db = nullptr;
-        throw SqlError(5120, 16, "Unable to open the physical file \"" + path + "\". Operating system error 2(" +
-                                     message + ").");
+        throw SqlError(5120, 16,
+                       "Unable to open the physical file \"" + path + "\". Operating system error 2(" +
+                           message + ").");
     }
     sqlite3_busy_timeout(m_db, 30000);
     sqlite3_extended_result_codes(m_db, 1);
@@ -97,7 +98,8 @@ Value SqliteStmt::column(int index) const
 std::string SqliteStmt::text(int index) const
 {
     const auto* p = sqlite3_column_text(m_stmt, index);
-    return p ? std::string(reinterpret_cast<const char*>(p), sqlite3_column_bytes(m_stmt, index)) : std::string();
+    return p ? std::string(reinterpret_cast<const char*>(p), sqlite3_column_bytes(m_stmt, index))
+             : std::string();
 }
 
 Value columnValue(sqlite3_stmt* stmt, int index)
@@ -160,21 +162,27 @@ void throwSqliteError(sqlite3* db, int rc)
     if (std::regex_search(message, m, std::regex("^no such function: (lf_fn_)?(.*)$")))
         throw SqlError(195, 15, "'" + std::string(m[2]) + "' is not a recognized built-in function name.");
     if (std::regex_search(message, m, std::regex("^(table|view|index) \"?([^\" ]*)\"? already exists$")))
-        throw SqlError(2714, 16, "There is already an object named '" + std::string(m[2]) + "' in the database.");
+        throw SqlError(2714, 16,
+                       "There is already an object named '" + std::string(m[2]) + "' in the database.");
     if (std::regex_search(message, m, std::regex("^NOT NULL constraint failed: ([^.]*)\\.(.*)$")))
-        throw SqlError(515, 16, "Cannot insert the value NULL into column '" + std::string(m[2]) + "', table '" +
-                                    std::string(m[1]) + "'; column does not allow nulls. INSERT fails.");
+        throw SqlError(515, 16,
+                       "Cannot insert the value NULL into column '" + std::string(m[2]) + "', table '" +
+                           std::string(m[1]) + "'; column does not allow nulls. INSERT fails.");
     if (std::regex_search(message, m, std::regex("^UNIQUE constraint failed: ([^.]*)\\.")))
-        throw SqlError(2627, 14, "Violation of PRIMARY KEY or UNIQUE KEY constraint. Cannot insert duplicate key in "
-                                 "object 'dbo." + std::string(m[1]) + "'.");
+        throw SqlError(2627, 14,
+                       "Violation of PRIMARY KEY or UNIQUE KEY constraint. Cannot insert duplicate key in "
+                       "object 'dbo." +
+                           std::string(m[1]) + "'.");
     if (std::regex_search(message, m, std::regex("^no such index: (.*)$")))
-        throw SqlError(3701, 11, "Cannot drop the index '" + std::string(m[1]) +
-                                     "', because it does not exist or you do not have permission.");
+        throw SqlError(3701, 11,
+                       "Cannot drop the index '" + std::string(m[1]) +
+                           "', because it does not exist or you do not have permission.");
     if (std::regex_search(message, m, std::regex("^(\\d+) values for (\\d+) columns$")) ||
         message.find("values for") != std::string::npos)
-        throw SqlError(110, 15, "There are fewer columns in the INSERT statement than values specified in the "
-                                "VALUES clause. The number of values in the VALUES clause must match the number of "
-                                "columns specified in the INSERT statement.");
+        throw SqlError(110, 15,
+                       "There are fewer columns in the INSERT statement than values specified in the "
+                       "VALUES clause. The number of values in the VALUES clause must match the number of "
+                       "columns specified in the INSERT statement.");
     if (std::regex_search(message, m, std::regex("has no column named (.*)$")))
         throw SqlError(207, 16, "Invalid column name '" + std::string(m[1]) + "'.");
     if ((rc & 0xFF) == SQLITE_BUSY || (rc & 0xFF) == SQLITE_LOCKED)
@@ -186,4 +194,4 @@ void throwSqliteError(sqlite3* db, int rc)
     throw SqlError(50001, 16, "The SQL Server stand-in could not run the statement: " + message + ".");
 }
 
-}  // namespace standin
+} // namespace standin

@@ -60,4 +60,4 @@ private:
 Value columnValue(sqlite3_stmt* stmt, int index);
 void bindValue(sqlite3_stmt* stmt, int index, const Value& v);
 
-}  // namespace standin
+} // namespace standin

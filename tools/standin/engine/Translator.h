@@ -24,11 +24,11 @@ std::vector<Stmt> translateBatch(const std::string& sql,
 // Parses a parameter definition list of sp_executesql ("@a int, @b nvarchar(10) OUTPUT").
 // Also the parameter list of CREATE PROCEDURE, with defaults ("@n int = 0 OUTPUT").
 struct ParameterDefinition {
-    std::string name;   // lower-case, with "@"
+    std::string name; // lower-case, with "@"
     ColumnInfo type;
     bool output = false;
-    std::string defaultExpr;   // SQLite expression; empty when the parameter has no default
+    std::string defaultExpr; // SQLite expression; empty when the parameter has no default
 };
 std::vector<ParameterDefinition> parseParameterDefinitions(const std::string& text);
 
-}  // namespace standin
+} // namespace standin

@@ -14,7 +14,7 @@ std::string lower(std::string s)
     return s;
 }
 
-}  // namespace
+} // namespace
 
 ColumnInfo columnInfoForType(const std::string& declaredType)
 {
@@ -30,7 +30,7 @@ ColumnInfo columnInfoForType(const std::string& declaredType)
     while (!base.empty() && std::isspace(static_cast<unsigned char>(base.back())))
         base.pop_back();
     if (auto sp = base.find(' '); sp != std::string::npos)
-        base = base.substr(0, sp);   // "nvarchar(10) collate nocase" has been cut at '('
+        base = base.substr(0, sp); // "nvarchar(10) collate nocase" has been cut at '('
     auto length = [&](int fallback) {
         if (arg.empty())
             return fallback;
@@ -55,8 +55,8 @@ ColumnInfo columnInfoForType(const std::string& declaredType)
     } else if (base == "bit") {
         info.type = SqlType::Bit;
         info.maxLength = 1;
-    } else if (base == "float" || base == "real" || base == "double" || base == "decimal" || base == "numeric" ||
-               base == "money" || base == "smallmoney") {
+    } else if (base == "float" || base == "real" || base == "double" || base == "decimal" ||
+               base == "numeric" || base == "money" || base == "smallmoney") {
         info.type = SqlType::Float;
         info.maxLength = 8;
     } else if (base == "nvarchar" || base == "nchar" || base == "sysname") {
@@ -99,21 +99,32 @@ bool isCharacterType(const ColumnInfo& info)
 std::string typeName(const ColumnInfo& info)
 {
     auto withLength = [&](const char* n) {
-        return std::string(n) + "(" + (info.maxLength < 0 ? std::string("max") : std::to_string(info.maxLength)) +
-               ")";
+        return std::string(n) + "(" +
+               (info.maxLength < 0 ? std::string("max") : std::to_string(info.maxLength)) + ")";
     };
     switch (info.type) {
-    case SqlType::Int: return "int";
-    case SqlType::BigInt: return "bigint";
-    case SqlType::SmallInt: return "smallint";
-    case SqlType::TinyInt: return "tinyint";
-    case SqlType::Bit: return "bit";
-    case SqlType::Float: return "float";
-    case SqlType::NVarChar: return withLength("nvarchar");
-    case SqlType::VarChar: return withLength("varchar");
-    case SqlType::DateTime: return "datetime";
-    case SqlType::UniqueIdentifier: return "uniqueidentifier";
-    case SqlType::VarBinary: return withLength("varbinary");
+    case SqlType::Int:
+        return "int";
+    case SqlType::BigInt:
+        return "bigint";
+    case SqlType::SmallInt:
+        return "smallint";
+    case SqlType::TinyInt:
+        return "tinyint";
+    case SqlType::Bit:
+        return "bit";
+    case SqlType::Float:
+        return "float";
+    case SqlType::NVarChar:
+        return withLength("nvarchar");
+    case SqlType::VarChar:
+        return withLength("varchar");
+    case SqlType::DateTime:
+        return "datetime";
+    case SqlType::UniqueIdentifier:
+        return "uniqueidentifier";
+    case SqlType::VarBinary:
+        return withLength("varbinary");
     }
     return "sql_variant";
 }
@@ -175,4 +186,4 @@ Value normalizeValue(const Value& v, const ColumnInfo& type)
     }
 }
 
-}  // namespace standin
+} // namespace standin

@@ -21,4 +21,4 @@ Value normalizeValue(const Value& v, const ColumnInfo& type);
 // "nvarchar(255)", "int": the type as T-SQL spells it, for messages.
 std::string typeName(const ColumnInfo& info);
 
-}  // namespace standin
+} // namespace standin

@@ -23,7 +23,8 @@ const char* const kDatabase = "LFDesktop10";
 
 const char* const kUsage =
     "usage: lf-standin-seed --data DIR [--machine NAME] [--instance NAME]\n"
-    "                       [--user DOMAIN\\name[:admin]]... [--login name:password[:sysadmin|dbcreator]]...\n"
+    "                       [--user DOMAIN\\name[:admin]]... [--login "
+    "name:password[:sysadmin|dbcreator]]...\n"
     "                       [--structures FILE|DIR]\n"
     "Creates (or recreates) the desktop database LFDesktop10 in the stand-in instance at DIR.\n"
     "  --user       a Windows account: login, db_owner user in LFDesktop10, row in ELN_people;\n"
@@ -35,7 +36,7 @@ struct Options {
     std::string data;
     std::string machine;
     std::string instance;
-    std::vector<std::pair<std::string, bool>> users;   // name, admin
+    std::vector<std::pair<std::string, bool>> users; // name, admin
     struct Login {
         std::string name, password, role;
     };
@@ -214,7 +215,8 @@ void seed(const Options& o)
     EngineInstance instance(config);
     if (!o.machine.empty() || !o.instance.empty()) {
         const auto [machine, name] = instance.catalog().identity();
-        instance.catalog().setIdentity(o.machine.empty() ? machine : o.machine, o.instance.empty() ? name : o.instance);
+        instance.catalog().setIdentity(o.machine.empty() ? machine : o.machine,
+                                       o.instance.empty() ? name : o.instance);
     }
     LoginRequest request;
     request.userName = "sa";
@@ -260,8 +262,9 @@ INSERT INTO ELN_parameters (name, data) VALUES (N'database guid', CONVERT(nvarch
         }
         for (const auto& l : o.logins) {
             const std::string name = quoted(l.name);
-            run(*session, "IF EXISTS (SELECT * FROM sys.server_principals WHERE name = " + name + ") ALTER LOGIN " +
-                              bracketed(l.name) + " WITH PASSWORD = " + quoted(l.password) + " ELSE CREATE LOGIN " +
+            run(*session, "IF EXISTS (SELECT * FROM sys.server_principals WHERE name = " + name +
+                              ") ALTER LOGIN " + bracketed(l.name) +
+                              " WITH PASSWORD = " + quoted(l.password) + " ELSE CREATE LOGIN " +
                               bracketed(l.name) + " WITH PASSWORD = " + quoted(l.password));
             run(*session, "CREATE USER " + bracketed(l.name) + " FOR LOGIN " + bracketed(l.name) +
                               "\nEXEC sp_addrolemember 'db_owner', " + name);
@@ -277,12 +280,12 @@ INSERT INTO ELN_parameters (name, data) VALUES (N'database guid', CONVERT(nvarch
         session->executeBatch(std::string("USE master; DROP DATABASE ") + kDatabase, ignored);
         throw;
     }
-    std::cout << "lf-standin-seed: " << kDatabase << " in " << o.data << " (" << instance.serverName() << "): "
-              << o.users.size() << " users, " << o.logins.size() << " logins, " << structures.size()
+    std::cout << "lf-standin-seed: " << kDatabase << " in " << o.data << " (" << instance.serverName()
+              << "): " << o.users.size() << " users, " << o.logins.size() << " logins, " << structures.size()
               << " structures\n";
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char** argv)
 {

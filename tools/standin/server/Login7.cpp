@@ -4,8 +4,8 @@ namespace standin::tds {
 
 namespace {
 constexpr size_t kFixedSize = 36;
-constexpr uint8_t kIntegratedSecurity = 0x80;   // OptionFlags2 fIntSecurity
-}
+constexpr uint8_t kIntegratedSecurity = 0x80; // OptionFlags2 fIntSecurity
+} // namespace
 
 std::string decodePassword(const uint8_t* data, size_t bytes)
 {
@@ -26,15 +26,15 @@ Login7Request parseLogin7(const Bytes& payload)
         throw ProtocolError("LOGIN7 gives a length that does not match the packet");
     login.tdsVersion = r.u32();
     login.packetSize = r.u32();
-    r.u32();   // client program version
+    r.u32(); // client program version
     login.clientPid = r.u32();
-    r.u32();   // connection id
-    r.u8();    // option flags 1
+    r.u32(); // connection id
+    r.u8();  // option flags 1
     login.integratedSecurity = (r.u8() & kIntegratedSecurity) != 0;
-    r.u8();    // type flags
-    r.u8();    // option flags 3
-    r.u32();   // client time zone
-    r.u32();   // client LCID
+    r.u8();  // type flags
+    r.u8();  // option flags 3
+    r.u32(); // client time zone
+    r.u32(); // client LCID
 
     // Offset (from the start of LOGIN7) and length (in characters) of each text field.
     auto text = [&](bool secret = false) {
@@ -53,8 +53,8 @@ Login7Request parseLogin7(const Bytes& payload)
     login.password = text(true);
     login.appName = text();
     login.serverName = text();
-    r.u16();   // extension offset
-    r.u16();   // extension length
+    r.u16(); // extension offset
+    r.u16(); // extension length
     login.libraryName = text();
     login.language = text();
     login.database = text();
@@ -85,4 +85,4 @@ uint32_t negotiateTdsVersion(uint32_t clientVersion)
     }
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

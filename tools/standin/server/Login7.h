@@ -34,4 +34,4 @@ uint32_t negotiateTdsVersion(uint32_t clientVersion);
 // The password travels with each byte's nibbles swapped and then XORed with 0xA5.
 std::string decodePassword(const uint8_t* data, size_t bytes);
 
-}  // namespace standin::tds
+} // namespace standin::tds

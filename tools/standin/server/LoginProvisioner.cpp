@@ -1,5 +1,7 @@
 #include "LoginProvisioner.h"
 
+#include "CapturingSink.h"
+
 #include <cstdlib>
 #include <stdexcept>
 
@@ -8,25 +10,6 @@ namespace standin::tds {
 namespace {
 
 constexpr int32_t kLoginExists = 15025;
-
-// Keeps only the errors of a batch run on the server's own behalf.
-class ErrorCollector : public ResultSink {
-public:
-    void columns(const std::vector<ColumnInfo>&) override {}
-    void row(const std::vector<Value>&) override {}
-    void statementDone(const DoneInfo&) override {}
-    void message(const ServerMessage& m) override
-    {
-        if (m.severity > 10)
-            errors.push_back(m);
-    }
-    void databaseChanged(const std::string&, const std::string&) override {}
-    void returnStatus(int32_t) override {}
-    void returnValue(const std::string&, const ColumnInfo&, const Value&) override {}
-    bool cancelRequested() override { return false; }
-
-    std::vector<ServerMessage> errors;
-};
 
 std::string quoted(const std::string& s, char close)
 {
@@ -39,12 +22,16 @@ std::string quoted(const std::string& s, char close)
     return out;
 }
 
-std::string firstError(const std::vector<ServerMessage>& errors)
+// The first error of a batch, or "" when it had none.
+std::string firstError(const CapturingSink& sink)
 {
-    return errors.empty() ? "" : errors.front().text;
+    for (const ServerMessage& m : sink.messages)
+        if (m.severity > 10)
+            return m.text;
+    return {};
 }
 
-}  // namespace
+} // namespace
 
 void provisionLogin(Instance& instance, const SqlLogin& login)
 {
@@ -59,19 +46,20 @@ void provisionLogin(Instance& instance, const SqlLogin& login)
     if (!session)
         throw std::runtime_error("cannot log in as sa to create login " + login.name + ": " + refused.text);
 
-    ErrorCollector create;
+    CapturingSink create;
     session->executeBatch("CREATE LOGIN [" + quoted(login.name, ']') + "] WITH PASSWORD = N'" +
                               quoted(login.password, '\'') + "'",
                           create);
-    for (const ServerMessage& e : create.errors)
-        if (e.number != kLoginExists)
+    for (const ServerMessage& e : create.messages)
+        if (e.severity > 10 && e.number != kLoginExists)
             throw std::runtime_error("cannot create login " + login.name + ": " + e.text);
     if (login.sysadmin) {
-        ErrorCollector grant;
-        session->executeBatch("EXEC sp_addsrvrolemember N'" + quoted(login.name, '\'') + "', N'sysadmin'", grant);
-        if (!grant.errors.empty())
-            throw std::runtime_error("cannot make " + login.name + " a sysadmin: " + firstError(grant.errors));
+        CapturingSink grant;
+        session->executeBatch("EXEC sp_addsrvrolemember N'" + quoted(login.name, '\'') + "', N'sysadmin'",
+                              grant);
+        if (const std::string error = firstError(grant); !error.empty())
+            throw std::runtime_error("cannot make " + login.name + " a sysadmin: " + error);
     }
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

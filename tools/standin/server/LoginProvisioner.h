@@ -10,4 +10,4 @@ namespace standin::tds {
 // Throws std::runtime_error with the engine's message when the login cannot be created.
 void provisionLogin(Instance& instance, const SqlLogin& login);
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -45,7 +45,7 @@ PreLoginRequest parsePreLogin(const Bytes& payload)
                 request.mars = value.u8() != 0;
             break;
         default:
-            break;   // version, thread id, trace id, nonce: nothing to act on
+            break; // version, thread id, trace id, nonce: nothing to act on
         }
     }
     return request;
@@ -59,7 +59,8 @@ Bytes buildPreLoginResponse(const std::string& productVersion)
         Bytes value;
     };
     const Entry entries[] = {
-        {Version, {v.major, v.minor, static_cast<uint8_t>(v.build >> 8), static_cast<uint8_t>(v.build & 0xFF), 0, 0}},
+        {Version,
+         {v.major, v.minor, static_cast<uint8_t>(v.build >> 8), static_cast<uint8_t>(v.build & 0xFF), 0, 0}},
         {Encryption, {kEncryptNotSupported}},
         {InstOpt, {0}},
         {ThreadId, {}},
@@ -80,4 +81,4 @@ Bytes buildPreLoginResponse(const std::string& productVersion)
     return w.bytes();
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

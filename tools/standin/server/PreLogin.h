@@ -10,9 +10,9 @@
 namespace standin::tds {
 
 struct PreLoginRequest {
-    uint8_t encryption = 0;   // ENCRYPT_OFF, ON, NOT_SUP or REQ as the client sent it
+    uint8_t encryption = 0; // ENCRYPT_OFF, ON, NOT_SUP or REQ as the client sent it
     bool hasEncryption = false;
-    std::string instance;     // INSTOPT, when the client names one
+    std::string instance; // INSTOPT, when the client names one
     bool mars = false;
 };
 
@@ -28,4 +28,4 @@ PreLoginRequest parsePreLogin(const Bytes& payload);
 // no MARS.
 Bytes buildPreLoginResponse(const std::string& productVersion);
 
-}  // namespace standin::tds
+} // namespace standin::tds

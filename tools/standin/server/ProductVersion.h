@@ -28,4 +28,4 @@ struct ProductVersion {
     }
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

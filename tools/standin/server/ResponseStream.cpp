@@ -37,4 +37,4 @@ void ResponseStream::end()
     send(m_tokens.out().size(), true);
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

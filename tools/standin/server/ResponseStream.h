@@ -32,4 +32,4 @@ private:
     bool m_healthy = true;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

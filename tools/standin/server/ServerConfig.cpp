@@ -63,8 +63,9 @@ bool validInstanceName(const std::string& name)
 {
     // The resolution protocol carries instance names of up to 32 bytes; ';' would break its
     // answer apart.
-    return !name.empty() && name.size() <= 32 &&
-           std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) || c == '_' || c == '$'; });
+    return !name.empty() && name.size() <= 32 && std::all_of(name.begin(), name.end(), [](unsigned char c) {
+        return std::isalnum(c) || c == '_' || c == '$';
+    });
 }
 
 void check(ServerSettings& settings)
@@ -89,7 +90,7 @@ void check(ServerSettings& settings)
     }
 }
 
-}  // namespace
+} // namespace
 
 ServerSettings readConfigFile(const std::string& path)
 {
@@ -169,7 +170,8 @@ std::string usage()
 {
     return "usage: lf-standin --config FILE [--ssrp-port PORT | --no-ssrp]\n"
            "       lf-standin --data FOLDER [--instance NAME] [--port PORT] [--machine NAME]\n"
-           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login NAME:PASSWORD[:sysadmin]]\n"
+           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login "
+           "NAME:PASSWORD[:sysadmin]]\n"
            "                  [--ssrp-port PORT | --no-ssrp]\n"
            "PORT 0 (the default) picks a free port; the chosen ports are printed once listening.\n";
 }
@@ -199,7 +201,8 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
         else if (a == "--port")
             single.port = parsePort(value(), a), singleGiven = true;
         else if (a == "--data")
-            single.config.dataFolder = std::filesystem::absolute(value()).lexically_normal().string(), singleGiven = true;
+            single.config.dataFolder = std::filesystem::absolute(value()).lexically_normal().string(),
+            singleGiven = true;
         else if (a == "--machine")
             single.config.machineName = value(), singleGiven = true;
         else if (a == "--version")
@@ -248,4 +251,4 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
     return settings;
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -28,14 +28,14 @@ struct InstanceSettings {
     // An empty machine name (or, for a single instance, an empty instance name) is left to the
     // engine: the names recorded in the data folder by the seed tool, else this host's.
     InstanceConfig config;
-    uint16_t port = 0;             // 0: any free port
-    std::vector<SqlLogin> logins;  // created at start when missing
+    uint16_t port = 0;            // 0: any free port
+    std::vector<SqlLogin> logins; // created at start when missing
 };
 
 struct ServerSettings {
     std::string address = "127.0.0.1";
     bool resolutionProtocol = true;
-    uint16_t resolutionPort = 0;   // 0: any free port
+    uint16_t resolutionPort = 0; // 0: any free port
     std::vector<InstanceSettings> instances;
 };
 
@@ -48,4 +48,4 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args);
 
 std::string usage();
 
-}  // namespace standin::tds
+} // namespace standin::tds

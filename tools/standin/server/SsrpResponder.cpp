@@ -13,7 +13,7 @@ enum RequestType : uint8_t {
 constexpr uint8_t kServerResponse = 0x05;
 constexpr size_t kMaxInstanceNameBytes = 32;
 constexpr size_t kMaxInstanceResponse = 1024;
-}  // namespace
+} // namespace
 
 std::string describeInstance(const SsrpInstance& i)
 {
@@ -60,4 +60,4 @@ std::optional<Bytes> answerResolutionRequest(const uint8_t* request, size_t size
     return w.bytes();
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

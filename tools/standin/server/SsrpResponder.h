@@ -27,4 +27,4 @@ std::string describeInstance(const SsrpInstance& instance);
 std::optional<Bytes> answerResolutionRequest(const uint8_t* request, size_t size,
                                              const std::vector<SsrpInstance>& instances);
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -265,7 +265,7 @@ std::string convert(const char* to, const char* from, std::string_view in, char 
     return out;
 }
 
-}  // namespace
+} // namespace
 
 Bytes utf8ToUtf16le(std::string_view utf8)
 {
@@ -326,4 +326,4 @@ std::string cp1252ToUtf8(std::string_view cp1252)
     return convert("UTF-8", "CP1252", cp1252, '?');
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -96,4 +96,4 @@ size_t utf16Units(std::string_view utf8);
 std::string utf8ToCp1252(std::string_view utf8);
 std::string cp1252ToUtf8(std::string_view cp1252);
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -2,11 +2,13 @@
 
 #include "Login7.h"
 #include "PreLogin.h"
+#include "CapturingSink.h"
 #include "ResponseStream.h"
 #include "TdsRequest.h"
 #include "TdsResultSink.h"
 #include "TdsTypes.h"
 #include "TokenWriter.h"
+#include "TransactionRequest.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -31,10 +33,11 @@ ServerMessage makeMessage(int32_t number, uint8_t state, uint8_t severity, std::
     return m;
 }
 
-}  // namespace
+} // namespace
 
 TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid)
-    : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd), m_reader(fd)
+    : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd),
+      m_reader(fd)
 {
     m_writer.setSpid(spid);
 }
@@ -80,7 +83,7 @@ void TdsConnection::readLoop()
             m_wake.notify_all();
         }
     } catch (const ProtocolError& e) {
-        std::fprintf(stderr, "lf-standin: closing a connection to %s: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): closed a connection: %s\n", m_serverName.c_str(), e.what());
     } catch (const std::system_error&) {
         // The socket was shut down (server stopping) or reset by the client.
     }
@@ -135,17 +138,19 @@ void TdsConnection::run()
                 handleRpc(message);
                 break;
             case TransactionManager:
+                handleTransaction(message);
+                break;
             case BulkLoad:
-                handleUnsupported(message);
+                refuseBulkLoad();
                 break;
             default:
                 throw ProtocolError("a second login on a logged-in connection");
             }
         }
     } catch (const ProtocolError& e) {
-        std::fprintf(stderr, "lf-standin: closing a connection to %s: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): closed a connection: %s\n", m_serverName.c_str(), e.what());
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "lf-standin: a connection to %s failed: %s\n", m_serverName.c_str(), e.what());
+        std::fprintf(stderr, "lf-standin (%s): a connection failed: %s\n", m_serverName.c_str(), e.what());
     }
     ::shutdown(m_fd, SHUT_RDWR);
     m_readerThread.join();
@@ -158,7 +163,7 @@ void TdsConnection::run()
 void TdsConnection::handlePreLogin(const Message& message)
 {
     const PreLoginRequest request = parsePreLogin(message.payload);
-    (void)request;   // encryption is never on: the answer says ENCRYPT_NOT_SUP whatever was asked
+    (void)request; // encryption is never on: the answer says ENCRYPT_NOT_SUP whatever was asked
     m_writer.send(TabularResult, buildPreLoginResponse(m_instance.config().productVersion), true);
 }
 
@@ -183,7 +188,8 @@ void TdsConnection::handleLogin(const Message& message)
     }
     if (login.integratedSecurity) {
         refuse(stream, 18452, 1,
-               "Login failed. The login is from an untrusted domain and cannot be used with Windows authentication.");
+               "Login failed. The login is from an untrusted domain and cannot be used with Windows "
+               "authentication.");
         return;
     }
     LoginRequest request;
@@ -287,14 +293,81 @@ void TdsConnection::handleRpc(const Message& message)
     endResponse(stream);
 }
 
-void TdsConnection::handleUnsupported(const Message& message)
+bool TdsConnection::runQuietly(const std::string& sql, TokenWriter& tokens)
+{
+    CapturingSink sink;
+    m_session->executeBatch(sql, sink);
+    for (const ServerMessage& m : sink.messages)
+        tokens.message(m);
+    return !sink.failed;
+}
+
+int64_t TdsConnection::transactionCount()
+{
+    CapturingSink sink;
+    m_session->executeBatch("SELECT @@TRANCOUNT", sink);
+    if (sink.rows.empty() || sink.rows[0].empty())
+        return 0;
+    const auto* n = std::get_if<int64_t>(&sink.rows[0][0]);
+    return n ? *n : 0;
+}
+
+void TdsConnection::handleTransaction(const Message& message)
+{
+    const TransactionRequest request = parseTransactionRequest(message.payload);
+    TokenWriter tokens(m_tdsVersion, m_serverName);
+    ResponseStream stream(tokens, m_writer);
+    auto begin = [&] {
+        if (!runQuietly("BEGIN TRANSACTION", tokens))
+            return false;
+        // The client quotes this descriptor in later requests; any unique value will do.
+        ByteWriter descriptor;
+        descriptor.u64(++m_transactionCounter);
+        m_transaction = descriptor.bytes();
+        tokens.envChangeTransaction(EnvBeginTransaction, m_transaction, {});
+        return true;
+    };
+    bool ok = true;
+    switch (request.kind) {
+    case TransactionRequest::Begin:
+        ok = begin();
+        break;
+    case TransactionRequest::Commit:
+    case TransactionRequest::Rollback: {
+        const bool commit = request.kind == TransactionRequest::Commit;
+        // The driver ends a transaction on every SQLEndTran, whether or not one is open (a
+        // failed statement may have rolled it back already).
+        if (transactionCount() > 0) {
+            ok = runQuietly(commit ? "COMMIT TRANSACTION" : "ROLLBACK TRANSACTION", tokens);
+            if (ok)
+                tokens.envChangeTransaction(commit ? EnvCommitTransaction : EnvRollbackTransaction, {},
+                                            m_transaction);
+        }
+        m_transaction.clear();
+        if (ok && request.beginAnother)
+            ok = begin();
+        break;
+    }
+    case TransactionRequest::Save:
+        ok = runQuietly("SAVE TRANSACTION [" + request.name + "]", tokens);
+        break;
+    default:
+        tokens.message(
+            makeMessage(8525, 1, 16, "The stand-in does not take part in distributed transactions."));
+        ok = false;
+        break;
+    }
+    tokens.done(Done, ok ? DoneFinal : DoneError, 0, 0);
+    endResponse(stream);
+}
+
+void TdsConnection::refuseBulkLoad()
 {
     TokenWriter tokens(m_tdsVersion, m_serverName);
     ResponseStream stream(tokens, m_writer);
-    const std::string what = message.type == BulkLoad ? "bulk load" : "transaction manager requests";
-    tokens.message(makeMessage(40000, 1, 16, "The stand-in does not support " + what + "."));
+    tokens.message(makeMessage(40000, 1, 16, "The stand-in does not support bulk load."));
     tokens.done(Done, DoneError, 0, 0);
     endResponse(stream);
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -46,7 +46,11 @@ private:
     void handleLogin(const Message& message);
     void handleBatch(const Message& message);
     void handleRpc(const Message& message);
-    void handleUnsupported(const Message& message);
+    void handleTransaction(const Message& message);
+    void refuseBulkLoad();
+    // Runs T-SQL for the server's own purposes; the engine's messages go to the client.
+    bool runQuietly(const std::string& sql, TokenWriter& tokens);
+    int64_t transactionCount();
     // Ends the response to a request: the final packet, or an attention acknowledgement in its
     // place when the client cancelled meanwhile.
     void endResponse(ResponseStream& stream);
@@ -61,6 +65,9 @@ private:
     std::unique_ptr<Session> m_session;
     uint32_t m_tdsVersion = 0x74000004;
     bool m_closeAfterResponse = false;
+    // The descriptor of the transaction a transaction-manager request began (empty: none).
+    Bytes m_transaction;
+    uint64_t m_transactionCounter = 0;
 
     std::thread m_worker;
     std::thread m_readerThread;
@@ -73,4 +80,4 @@ private:
     std::atomic<bool> m_finished{false};
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -39,7 +39,8 @@ std::optional<Message> PacketReader::read()
         const uint8_t status = header[1];
         const size_t length = (static_cast<size_t>(header[2]) << 8) | header[3];
         if (length < kHeaderSize || length > kMaxPacketSize)
-            throw ProtocolError("a packet header gives an impossible length (" + std::to_string(length) + ")");
+            throw ProtocolError("a packet header gives an impossible length (" + std::to_string(length) +
+                                ")");
         switch (type) {
         case SqlBatch:
         case Rpc:
@@ -112,4 +113,4 @@ void PacketWriter::send(uint8_t type, const uint8_t* payload, size_t size, bool 
     } while (offset < size);
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -39,7 +39,7 @@ constexpr size_t kMaxMessageSize = 64 * 1024 * 1024;
 
 struct Message {
     uint8_t type = 0;
-    uint8_t status = 0;   // status of the first packet (reset-connection bits live there)
+    uint8_t status = 0; // status of the first packet (reset-connection bits live there)
     Bytes payload;
 };
 
@@ -67,7 +67,10 @@ public:
     // out without the end-of-message bit (a partial response flushed early). Throws
     // std::system_error when the client has gone.
     void send(uint8_t type, const uint8_t* payload, size_t size, bool last);
-    void send(uint8_t type, const Bytes& payload, bool last) { send(type, payload.data(), payload.size(), last); }
+    void send(uint8_t type, const Bytes& payload, bool last)
+    {
+        send(type, payload.data(), payload.size(), last);
+    }
 
 private:
     void sendAll(const uint8_t* data, size_t size);
@@ -77,4 +80,4 @@ private:
     uint8_t m_packetId = 1;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

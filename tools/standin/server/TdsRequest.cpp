@@ -7,7 +7,7 @@ namespace standin::tds {
 
 namespace {
 
-constexpr uint8_t kParamByRef = 0x01;   // an output parameter
+constexpr uint8_t kParamByRef = 0x01; // an output parameter
 
 void skipAllHeaders(ByteReader& r, uint32_t tdsVersion)
 {
@@ -24,14 +24,26 @@ bool isBatchSeparator(uint8_t b)
     return b == 0x80 || b == 0xFF || b == 0xFE;
 }
 
-}  // namespace
+} // namespace
 
 std::string procedureNameOfId(uint16_t id)
 {
     static const char* const names[] = {
-        nullptr,           "sp_cursor",  "sp_cursoropen", "sp_cursorprepare", "sp_cursorexecute",
-        "sp_cursorprepexec", "sp_cursorunprepare", "sp_cursorfetch", "sp_cursoroption", "sp_cursorclose",
-        "sp_executesql",   "sp_prepare", "sp_execute",    "sp_prepexec",      "sp_prepexecrpc",
+        nullptr,
+        "sp_cursor",
+        "sp_cursoropen",
+        "sp_cursorprepare",
+        "sp_cursorexecute",
+        "sp_cursorprepexec",
+        "sp_cursorunprepare",
+        "sp_cursorfetch",
+        "sp_cursoroption",
+        "sp_cursorclose",
+        "sp_executesql",
+        "sp_prepare",
+        "sp_execute",
+        "sp_prepexec",
+        "sp_prepexecrpc",
         "sp_unprepare",
     };
     if (id == 0 || id >= std::size(names))
@@ -76,11 +88,11 @@ std::vector<RpcCall> parseRpc(const Bytes& payload, uint32_t tdsVersion)
         calls.push_back(std::move(call));
         if (r.atEnd())
             break;
-        r.u8();   // the separator
+        r.u8(); // the separator
         if (r.atEnd())
             break;
     }
     return calls;
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

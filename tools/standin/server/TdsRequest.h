@@ -12,7 +12,7 @@
 namespace standin::tds {
 
 struct RpcCall {
-    std::string procedure;   // by name, or the well-known name of a procedure id
+    std::string procedure; // by name, or the well-known name of a procedure id
     uint16_t options = 0;
     std::vector<RpcParameter> parameters;
 };
@@ -27,4 +27,4 @@ std::vector<RpcCall> parseRpc(const Bytes& payload, uint32_t tdsVersion);
 // The procedures that an RPC may name by number instead of by name (sp_executesql is 10).
 std::string procedureNameOfId(uint16_t id);
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -8,7 +8,7 @@ namespace standin::tds {
 
 namespace {
 
-constexpr int32_t kProgressMessage = 3211;   // "%d percent processed."
+constexpr int32_t kProgressMessage = 3211; // "%d percent processed."
 constexpr uint16_t kCommandExecute = 0xE0;
 
 bool isProgress(const ServerMessage& m)
@@ -27,7 +27,7 @@ bool sameName(const std::string& a, const std::string& b)
     return bare(a) == bare(b);
 }
 
-}  // namespace
+} // namespace
 
 void TdsResultSink::writePendingDone(bool more)
 {
@@ -164,4 +164,4 @@ void TdsResultSink::finishProcedure(const std::vector<RpcParameter>& parameters,
     afterToken();
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -57,4 +57,4 @@ private:
     std::vector<Reported> m_returnValues;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

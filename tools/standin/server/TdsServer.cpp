@@ -48,8 +48,8 @@ int bindSocket(int type, const std::string& address, uint16_t port, const std::s
     if (::bind(fd, reinterpret_cast<const sockaddr*>(&a), sizeof a) != 0) {
         const int e = errno;
         ::close(fd);
-        throw std::runtime_error("cannot bind " + what + " to " + address + ":" + std::to_string(port) + ": " +
-                                 std::strerror(e));
+        throw std::runtime_error("cannot bind " + what + " to " + address + ":" + std::to_string(port) +
+                                 ": " + std::strerror(e));
     }
     if (type == SOCK_STREAM && ::listen(fd, 64) != 0) {
         const int e = errno;
@@ -59,7 +59,7 @@ int bindSocket(int type, const std::string& address, uint16_t port, const std::s
     return fd;
 }
 
-}  // namespace
+} // namespace
 
 TdsServer::TdsServer(const ServerSettings& settings) : m_address(settings.address)
 {
@@ -71,13 +71,15 @@ TdsServer::TdsServer(const ServerSettings& settings) : m_address(settings.addres
             l.instance = openInstance(s.config);
             if (!l.instance)
                 throw std::runtime_error("the engine could not open instance " + s.config.instanceName);
-            l.fd = bindSocket(SOCK_STREAM, m_address, s.port, "instance " + l.instance->config().instanceName);
+            l.fd =
+                bindSocket(SOCK_STREAM, m_address, s.port, "instance " + l.instance->config().instanceName);
             l.port = boundPort(l.fd);
             m_listeners.push_back(std::move(l));
             createLogins(m_listeners.back());
             // The engine's view of the names: it fills in what the configuration left open.
             const InstanceConfig& named = m_listeners.back().instance->config();
-            m_directory.push_back({named.machineName, named.instanceName, named.productVersion, m_listeners.back().port});
+            m_directory.push_back(
+                {named.machineName, named.instanceName, named.productVersion, m_listeners.back().port});
         }
         if (settings.resolutionProtocol) {
             m_udpFd = bindSocket(SOCK_DGRAM, m_address, settings.resolutionPort, "the resolution protocol");
@@ -113,7 +115,8 @@ void TdsServer::createLogins(Listener& listener)
 void TdsServer::announce(std::ostream& out) const
 {
     for (const Listener& l : m_listeners)
-        out << "instance " << l.instance->config().instanceName << " listening on " << m_address << ":" << l.port << "\n";
+        out << "instance " << l.instance->config().instanceName << " listening on " << m_address << ":"
+            << l.port << "\n";
     if (m_udpFd >= 0)
         out << "resolution protocol on udp " << m_address << ":" << m_udpPort << "\n";
     out.flush();
@@ -127,8 +130,13 @@ uint16_t TdsServer::port(size_t instanceIndex) const
 void TdsServer::accept(Listener& listener)
 {
     const int fd = ::accept4(listener.fd, nullptr, nullptr, SOCK_CLOEXEC);
-    if (fd < 0)
-        return;   // the client gave up between poll and accept
+    if (fd < 0) {
+        // Out of descriptors: the client stays queued; wait a little rather than spin on poll.
+        // Any other failure is a client that gave up between poll and accept.
+        if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+            ::poll(nullptr, 0, 50);
+        return;
+    }
     const int one = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
     auto connection = std::make_unique<TdsConnection>(fd, *listener.instance, m_nextSpid);
@@ -142,8 +150,8 @@ void TdsServer::answerResolution()
     uint8_t request[1024];
     sockaddr_in from{};
     socklen_t fromLen = sizeof from;
-    const ssize_t n =
-        ::recvfrom(m_udpFd, request, sizeof request, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &fromLen);
+    const ssize_t n = ::recvfrom(m_udpFd, request, sizeof request, MSG_DONTWAIT,
+                                 reinterpret_cast<sockaddr*>(&from), &fromLen);
     if (n <= 0)
         return;
     const auto answer = answerResolutionRequest(request, static_cast<size_t>(n), m_directory);
@@ -189,4 +197,4 @@ void TdsServer::run(int stopFd)
     m_connections.clear();
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

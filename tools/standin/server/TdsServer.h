@@ -55,4 +55,4 @@ private:
     std::list<std::unique_ptr<TdsConnection>> m_connections;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

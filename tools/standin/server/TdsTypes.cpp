@@ -174,13 +174,14 @@ uint8_t intSize(SqlType t)
     }
 }
 
-}  // namespace
+} // namespace
 
 ColumnInfo wireColumn(const ColumnInfo& column)
 {
     ColumnInfo c = column;
     const int32_t pageLimit = c.type == SqlType::NVarChar ? 4000 : 8000;
-    const bool sized = c.type == SqlType::NVarChar || c.type == SqlType::VarChar || c.type == SqlType::VarBinary;
+    const bool sized =
+        c.type == SqlType::NVarChar || c.type == SqlType::VarChar || c.type == SqlType::VarBinary;
     if (sized && (c.maxLength <= 0 || c.maxLength > pageLimit))
         c.maxLength = -1;
     return c;
@@ -226,7 +227,7 @@ void writeTypeInfo(ByteWriter& w, const ColumnInfo& column, uint32_t tdsVersion,
         if (!binary)
             w.raw(kCollation, sizeof kCollation);
         if (withTableName)
-            w.u16(0);   // 7.1 table name: an empty US_VARCHAR
+            w.u16(0); // 7.1 table name: an empty US_VARCHAR
         return;
     }
     w.u8(c.type == SqlType::NVarChar ? NVarChar : binary ? BigVarBinary : BigVarChar);
@@ -300,7 +301,7 @@ void writeValue(ByteWriter& w, const ColumnInfo& column, const Value& value, uin
     const bool plpAllowed = tdsVersion >= kTds72;
     if (isLong(c) && !plpAllowed) {
         if (null) {
-            w.u8(0);   // no text pointer
+            w.u8(0); // no text pointer
             return;
         }
         const Bytes data = encodedText(c, value);
@@ -406,7 +407,7 @@ WireType readTypeInfo(ByteReader& r)
     case NChar:
         t.maxLength = r.u16();
         t.plp = t.maxLength == kMaxMarker;
-        r.skip(5);   // collation: the stand-in has one
+        r.skip(5); // collation: the stand-in has one
         return t;
     case Text:
     case NText:
@@ -417,7 +418,7 @@ WireType readTypeInfo(ByteReader& r)
         t.maxLength = r.u32();
         return t;
     case Xml:
-        if (r.u8() != 0) {   // a schema collection: database, owner, collection names
+        if (r.u8() != 0) { // a schema collection: database, owner, collection names
             r.bVarChar();
             r.bVarChar();
             r.usVarChar();
@@ -425,12 +426,11 @@ WireType readTypeInfo(ByteReader& r)
         t.plp = true;
         return t;
     default:
-        throw UnsupportedType("the stand-in does not take parameters of TDS type 0x" +
-                              [&] {
-                                  char b[4];
-                                  std::snprintf(b, sizeof b, "%02X", t.type);
-                                  return std::string(b);
-                              }());
+        throw UnsupportedType("the stand-in does not take parameters of TDS type 0x" + [&] {
+            char b[4];
+            std::snprintf(b, sizeof b, "%02X", t.type);
+            return std::string(b);
+        }());
     }
 }
 
@@ -545,7 +545,7 @@ Value textValue(uint8_t type, const Bytes& data)
     }
 }
 
-}  // namespace
+} // namespace
 
 Value readValue(ByteReader& r, const WireType& t)
 {
@@ -759,8 +759,8 @@ std::string formatDateTime(int64_t daysSince1900, int64_t millisOfDay)
     const int64_t s = millisOfDay / 1000 % 60;
     const int64_t ms = millisOfDay % 1000;
     char buf[40];
-    std::snprintf(buf, sizeof buf, "%04lld-%02u-%02u %02lld:%02lld:%02lld.%03lld", static_cast<long long>(y), m, d,
-                  static_cast<long long>(h), static_cast<long long>(mi), static_cast<long long>(s),
+    std::snprintf(buf, sizeof buf, "%04lld-%02u-%02u %02lld:%02lld:%02lld.%03lld", static_cast<long long>(y),
+                  m, d, static_cast<long long>(h), static_cast<long long>(mi), static_cast<long long>(s),
                   static_cast<long long>(ms));
     return buf;
 }
@@ -770,7 +770,8 @@ void parseDateTime(const std::string& text, int64_t& daysSince1900, int64_t& mil
     int y = 0, mo = 0, d = 0, h = 0, mi = 0, s = 0;
     char sep = ' ';
     int consumed = 0;
-    const int n = std::sscanf(text.c_str(), "%4d-%2d-%2d%n%c%2d:%2d%n", &y, &mo, &d, &consumed, &sep, &h, &mi, &consumed);
+    const int n = std::sscanf(text.c_str(), "%4d-%2d-%2d%n%c%2d:%2d%n", &y, &mo, &d, &consumed, &sep, &h, &mi,
+                              &consumed);
     if (n < 3 || mo < 1 || mo > 12 || d < 1 || d > 31)
         throw std::invalid_argument("not a date and time: \"" + text + "\"");
     int64_t millis = 0;
@@ -832,16 +833,17 @@ Bytes guidToBytes(const std::string& text)
         raw[k++] = static_cast<uint8_t>(hex(t[i]) * 16 + hex(t[i + 1]));
         i += 2;
     }
-    return Bytes{raw[3], raw[2], raw[1], raw[0], raw[5], raw[4], raw[7], raw[6],
+    return Bytes{raw[3], raw[2], raw[1],  raw[0],  raw[5],  raw[4],  raw[7],  raw[6],
                  raw[8], raw[9], raw[10], raw[11], raw[12], raw[13], raw[14], raw[15]};
 }
 
 std::string guidFromBytes(const uint8_t* b)
 {
     char buf[40];
-    std::snprintf(buf, sizeof buf, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[3], b[2],
-                  b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15]);
+    std::snprintf(buf, sizeof buf, "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                  b[3], b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
     return buf;
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -34,7 +34,7 @@ void writeValue(ByteWriter& w, const ColumnInfo& column, const Value& value, uin
 // A parameter's TYPE_INFO as the client sent it.
 struct WireType {
     uint8_t type = 0;
-    uint32_t maxLength = 0;   // bytes, from TYPE_INFO (0xFFFF for PLP)
+    uint32_t maxLength = 0; // bytes, from TYPE_INFO (0xFFFF for PLP)
     uint8_t precision = 0;
     uint8_t scale = 0;
     bool plp = false;
@@ -56,4 +56,4 @@ void parseDateTime(const std::string& text, int64_t& daysSince1900, int64_t& mil
 Bytes guidToBytes(const std::string& text);
 std::string guidFromBytes(const uint8_t* bytes);
 
-}  // namespace standin::tds
+} // namespace standin::tds

@@ -4,6 +4,7 @@
 #include "TdsTypes.h"
 #include "TdsVersion.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace standin::tds {
@@ -18,18 +19,19 @@ enum Token : uint8_t {
     LoginAck = 0xAD,
     EnvChange = 0xE3,
     Row = 0xD1,
+    NbcRow = 0xD2,
 };
 constexpr uint8_t kInterfaceSqlTsql = 1;
 constexpr uint16_t kFlagNullable = 0x0001;
 constexpr uint8_t kStatusOutputParameter = 0x01;
-}  // namespace
+} // namespace
 
 void TokenWriter::loginAck(const std::string& productVersion)
 {
     const ProductVersion v = ProductVersion::parse(productVersion);
     ByteWriter body;
     body.u8(kInterfaceSqlTsql);
-    body.u32be(m_tdsVersion);   // LOGINACK carries the version in network byte order
+    body.u32be(m_tdsVersion); // LOGINACK carries the version in network byte order
     body.bVarChar("Microsoft SQL Server");
     body.u8(v.major);
     body.u8(v.minor);
@@ -63,6 +65,20 @@ void TokenWriter::envChangeCollation()
     m_out.raw(body.bytes());
 }
 
+void TokenWriter::envChangeTransaction(EnvChangeType type, const Bytes& newDescriptor,
+                                       const Bytes& oldDescriptor)
+{
+    ByteWriter body;
+    body.u8(type);
+    body.u8(static_cast<uint8_t>(newDescriptor.size()));
+    body.raw(newDescriptor);
+    body.u8(static_cast<uint8_t>(oldDescriptor.size()));
+    body.raw(oldDescriptor);
+    m_out.u8(EnvChange);
+    m_out.u16(static_cast<uint16_t>(body.size()));
+    m_out.raw(body.bytes());
+}
+
 void TokenWriter::message(const ServerMessage& message)
 {
     ByteWriter body;
@@ -88,7 +104,7 @@ void TokenWriter::columns(const std::vector<ColumnInfo>& columns)
     m_out.u16(static_cast<uint16_t>(columns.size()));
     for (const ColumnInfo& c : columns) {
         if (m_tdsVersion >= kTds72)
-            m_out.u32(0);   // user type
+            m_out.u32(0); // user type
         else
             m_out.u16(0);
         m_out.u16(c.nullable ? kFlagNullable : 0);
@@ -106,9 +122,24 @@ void TokenWriter::row(const std::vector<Value>& values)
                                std::to_string(m_columns.size()) + " columns");
     // Encode aside first: a value that cannot be converted must not leave half a row behind.
     ByteWriter row;
-    row.u8(Row);
-    for (size_t i = 0; i < values.size(); ++i)
-        writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    const auto isNull = [](const Value& v) { return std::holds_alternative<std::monostate>(v); };
+    // From TDS 7.3B a row with NULLs may send a bitmap of them and leave them out, as SQL
+    // Server does.
+    if (m_tdsVersion >= kTds73B && std::any_of(values.begin(), values.end(), isNull)) {
+        row.u8(NbcRow);
+        Bytes bitmap((values.size() + 7) / 8, 0);
+        for (size_t i = 0; i < values.size(); ++i)
+            if (isNull(values[i]))
+                bitmap[i / 8] |= static_cast<uint8_t>(1u << (i % 8));
+        row.raw(bitmap);
+        for (size_t i = 0; i < values.size(); ++i)
+            if (!isNull(values[i]))
+                writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    } else {
+        row.u8(Row);
+        for (size_t i = 0; i < values.size(); ++i)
+            writeValue(row, m_columns[i], values[i], m_tdsVersion);
+    }
     m_out.raw(row.bytes());
 }
 
@@ -129,7 +160,8 @@ void TokenWriter::returnStatus(int32_t status)
     m_out.i32(status);
 }
 
-void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const ColumnInfo& type, const Value& value)
+void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const ColumnInfo& type,
+                              const Value& value)
 {
     ByteWriter body;
     body.u16(ordinal);
@@ -146,4 +178,4 @@ void TokenWriter::returnValue(uint16_t ordinal, const std::string& name, const C
     m_out.raw(body.bytes());
 }
 
-}  // namespace standin::tds
+} // namespace standin::tds

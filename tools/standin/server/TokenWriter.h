@@ -30,6 +30,9 @@ enum EnvChangeType : uint8_t {
     EnvLanguage = 2,
     EnvPacketSize = 4,
     EnvSqlCollation = 7,
+    EnvBeginTransaction = 8,
+    EnvCommitTransaction = 9,
+    EnvRollbackTransaction = 10,
 };
 
 class TokenWriter {
@@ -45,6 +48,8 @@ public:
     void loginAck(const std::string& productVersion);
     void envChange(EnvChangeType type, const std::string& newValue, const std::string& oldValue);
     void envChangeCollation();
+    // Begin (new descriptor, no old one), commit and rollback (old descriptor, no new one).
+    void envChangeTransaction(EnvChangeType type, const Bytes& newDescriptor, const Bytes& oldDescriptor);
     // INFO for severity 10 and below, ERROR above, as SQL Server decides.
     void message(const ServerMessage& message);
     void columns(const std::vector<ColumnInfo>& columns);
@@ -62,4 +67,4 @@ private:
     std::vector<ColumnInfo> m_columns;
 };
 
-}  // namespace standin::tds
+} // namespace standin::tds

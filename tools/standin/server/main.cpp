@@ -19,7 +19,7 @@ void requestStop(int)
     [[maybe_unused]] auto n = ::write(g_stopPipe[1], &byte, 1);
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char** argv)
 {
