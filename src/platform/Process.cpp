@@ -66,4 +66,4 @@ void waitWithCallback(Process& process, const std::function<void()>& whileWaitin
     }
 }
 
-}  // namespace proc
+} // namespace proc

@@ -43,4 +43,4 @@ std::unique_ptr<Process> start(const std::string& program, const std::vector<std
 void waitWithCallback(Process& process, const std::function<void()>& whileWaiting,
                       std::chrono::milliseconds interval = std::chrono::milliseconds(50));
 
-}  // namespace proc
+} // namespace proc

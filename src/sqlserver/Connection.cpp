@@ -16,7 +16,8 @@ std::unique_ptr<Connection> openOdbc(const std::string& oleDb, const std::string
 {
     const auto info = parseOleDbConnectionString(oleDb);
     if (!info)
-        throw LfError(kClientFailure, "", "the connection string is not one of the two forms the wizard writes");
+        throw LfError(kClientFailure, "",
+                      "the connection string is not one of the two forms the wizard writes");
     OdbcTarget target;
     target.driver = defaultOdbcDriver();
     target.endpoint = resolveServer(info->server);
@@ -29,8 +30,9 @@ std::unique_ptr<Connection> openOdbc(const std::string& oleDb, const std::string
 
 std::mutex g_mutex;
 ConnectionOpener g_opener;
+DatabaseOpener g_databaseOpener;
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<Connection> OpenConnection(const std::string& oleDbConnectionString, const std::string& user,
                                            const std::string& password, int loginTimeoutSeconds)
@@ -45,17 +47,41 @@ std::unique_ptr<Connection> OpenConnection(const std::string& oleDbConnectionStr
     return openOdbc(oleDbConnectionString, user, password, loginTimeoutSeconds);
 }
 
-ScopedConnectionOpenerOverride::ScopedConnectionOpenerOverride(ConnectionOpener opener)
+std::unique_ptr<Connection> OpenDatabase(const ConnectOptions& server, const std::string& database)
+{
+    DatabaseOpener opener;
+    {
+        std::lock_guard lock(g_mutex);
+        opener = g_databaseOpener;
+    }
+    if (opener)
+        return opener(server, database);
+    OdbcTarget target;
+    target.driver = defaultOdbcDriver();
+    target.endpoint = resolveServer(server.server);
+    target.database = database;
+    target.integrated = server.loginSecure;
+    target.user = server.user;
+    target.password = server.password;
+    return OdbcConnection::connect(target, server.loginTimeoutSeconds,
+                                   server.server.empty() ? "(local)" : server.server);
+}
+
+ScopedConnectionOpenerOverride::ScopedConnectionOpenerOverride(ConnectionOpener opener,
+                                                               DatabaseOpener databaseOpener)
 {
     std::lock_guard lock(g_mutex);
     m_previous = std::move(g_opener);
+    m_previousDatabase = std::move(g_databaseOpener);
     g_opener = std::move(opener);
+    g_databaseOpener = std::move(databaseOpener);
 }
 
 ScopedConnectionOpenerOverride::~ScopedConnectionOpenerOverride()
 {
     std::lock_guard lock(g_mutex);
     g_opener = std::move(m_previous);
+    g_databaseOpener = std::move(m_previousDatabase);
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ConnectOptions.h"
 #include "LfError.h"
 #include "RecordSet.h"
 #include "ServerMessage.h"
@@ -20,9 +21,9 @@ struct UpdateTarget {
 
 // One integer parameter of a stored procedure call, in the order the procedure declares them.
 struct IntParam {
-    std::string name;     // for messages only; parameters bind by position
+    std::string name; // for messages only; parameters bind by position
     bool output = false;
-    int32_t value = 0;    // input value; the output value after the call
+    int32_t value = 0; // input value; the output value after the call
 };
 
 // A database connection, the wizard's ADO connection. Opened from one of the two OLE DB
@@ -39,7 +40,8 @@ public:
     virtual std::unique_ptr<RecordSet> OpenForward(const std::string& sql) = 0;
     // All rows read at once into a snapshot; with a target, its columns may be changed and
     // written back by key.
-    virtual std::unique_ptr<RecordSet> OpenStatic(const std::string& sql, const UpdateTarget& target = {}) = 0;
+    virtual std::unique_ptr<RecordSet> OpenStatic(const std::string& sql,
+                                                  const UpdateTarget& target = {}) = 0;
     // "{call name(?, ...)}" with integer parameters; output values are written back into params.
     virtual void CallProcedure(const std::string& name, std::vector<IntParam>& params) = 0;
 
@@ -60,21 +62,30 @@ std::unique_ptr<Connection> OpenConnection(const std::string& oleDbConnectionStr
                                            const std::string& user = {}, const std::string& password = {},
                                            int loginTimeoutSeconds = 0);
 
+// Opens a connection to a database of a server with the given login (integrated, or SQL Server
+// user and password) and login time-out; an empty database is the login's default one.
+std::unique_ptr<Connection> OpenDatabase(const ConnectOptions& server, const std::string& database);
+
 // What OpenConnection calls: the ODBC implementation unless a test replaced it.
 using ConnectionOpener = std::function<std::unique_ptr<Connection>(
     const std::string& oleDbConnectionString, const std::string& user, const std::string& password,
     int loginTimeoutSeconds)>;
 
-// Tests replace the connection opener for their own scope.
+// What OpenDatabase calls: the ODBC implementation unless a test replaced it.
+using DatabaseOpener =
+    std::function<std::unique_ptr<Connection>(const ConnectOptions& server, const std::string& database)>;
+
+// Tests replace the connection opener (and, when given, the database opener) for their own scope.
 class ScopedConnectionOpenerOverride {
 public:
-    explicit ScopedConnectionOpenerOverride(ConnectionOpener opener);
+    explicit ScopedConnectionOpenerOverride(ConnectionOpener opener, DatabaseOpener databaseOpener = {});
     ~ScopedConnectionOpenerOverride();
     ScopedConnectionOpenerOverride(const ScopedConnectionOpenerOverride&) = delete;
     ScopedConnectionOpenerOverride& operator=(const ScopedConnectionOpenerOverride&) = delete;
 
 private:
     ConnectionOpener m_previous;
+    DatabaseOpener m_previousDatabase;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

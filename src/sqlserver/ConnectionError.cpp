@@ -50,13 +50,15 @@ LfError errorFromDiagnostics(const std::vector<ServerMessage>& diagnostics, cons
                 break;
             }
     if (!first)
-        return LfError(kClientFailure, "", context.empty() ? "the SQL Server client failed without a message" : context);
+        return LfError(kClientFailure, "",
+                       context.empty() ? "the SQL Server client failed without a message" : context);
 
     const uint32_t number = errorNumberFor(first->sqlState, first->number);
 
     std::string description = first->text;
     for (const auto& m : diagnostics)
-        if (&m != first && !isInformational(m) && !m.text.empty() && description.find(m.text) == std::string::npos)
+        if (&m != first && !isInformational(m) && !m.text.empty() &&
+            description.find(m.text) == std::string::npos)
             description += (description.empty() || description.back() == '.' ? " " : ". ") + m.text;
     if (!context.empty())
         description = context + description;
@@ -69,4 +71,4 @@ LfError serverNotFound(const std::string& serverName, const std::string& detail)
                    "SQL Server \"" + serverName + "\" does not exist or access denied (" + detail + ")");
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -10,9 +10,9 @@
 namespace sqlserver {
 
 // Error numbers the wizard's callers tell apart.
-constexpr uint32_t kServerNotFound = 0x80040000u;      // the server does not exist or cannot be reached
-constexpr uint32_t kLoginModeRefused = 0x80044814u;    // SQL Server message 18452: login mode not allowed
-constexpr uint32_t kClientFailure = 0x80004005u;       // the client failed without a server message
+constexpr uint32_t kServerNotFound = 0x80040000u;   // the server does not exist or cannot be reached
+constexpr uint32_t kLoginModeRefused = 0x80044814u; // SQL Server message 18452: login mode not allowed
+constexpr uint32_t kClientFailure = 0x80004005u;    // the client failed without a server message
 
 // A server error number as the wizard raises it: the object-error base plus the server's
 // message number (18452 gives 0x80044814); 0x80040000 when the server could not be reached;
@@ -33,4 +33,4 @@ std::string stripDriverPrefixes(const std::string& text);
 // An informational record (SQLSTATE class 01) rather than an error.
 bool isInformational(const ServerMessage& m);
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -25,4 +25,4 @@ private:
     std::vector<std::string> m_names;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 #include "ConnectionError.h"
 #include "LfError.h"
@@ -12,7 +13,8 @@ namespace {
 bool equalsNoCase(const std::string& a, const std::string& b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
            });
 }
 
@@ -46,14 +48,17 @@ public:
     void MoveNext() override
     {
         if (IsEOF())
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
         ++m_pos;
     }
     const Value& Field(int index) const override
     {
         requireRow();
         if (index < 0 || static_cast<size_t>(index) >= m_names.size())
-            throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal");
+            throw LfError(
+                kClientFailure, "",
+                "item cannot be found in the collection corresponding to the requested name or ordinal");
         return m_rows[m_pos][static_cast<size_t>(index)];
     }
     const Value& Field(const std::string& name) const override { return Field(indexOf(name)); }
@@ -85,7 +90,8 @@ public:
                 set += (set.empty() ? "" : ", ") + quoteIdentifier(m_names[static_cast<size_t>(c)]) + " = " +
                        sqlLiteral(m_rows[r][static_cast<size_t>(c)]);
             batch += "UPDATE " + quoteIdentifier(m_target.table) + " SET " + set + " WHERE " +
-                     quoteIdentifier(m_target.keyColumn) + " = " + sqlLiteral(m_rows[r][static_cast<size_t>(key)]) + ";\n";
+                     quoteIdentifier(m_target.keyColumn) + " = " +
+                     sqlLiteral(m_rows[r][static_cast<size_t>(key)]) + ";\n";
             ++written;
             // A few hundred statements per round trip keep batches small for the server.
             if (++inBatch == 200) {
@@ -112,14 +118,18 @@ private:
     void requireRow() const
     {
         if (IsEOF())
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
     }
     int indexOf(const std::string& name) const
     {
         for (size_t i = 0; i < m_names.size(); ++i)
             if (equalsNoCase(m_names[i], name))
                 return static_cast<int>(i);
-        throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal (\"" + name + "\")");
+        throw LfError(
+            kClientFailure, "",
+            "item cannot be found in the collection corresponding to the requested name or ordinal (\"" +
+                name + "\")");
     }
 
     OdbcConnection& m_c;
@@ -133,24 +143,31 @@ private:
 // Rows read from the server one fetch at a time; holds the connection's statement.
 class ForwardRecordSet : public RecordSet {
 public:
-    ForwardRecordSet(OdbcConnection& c, const std::string& sql) : m_c(c), m_running(std::make_unique<OdbcConnection::Running>(c))
+    ForwardRecordSet(OdbcConnection& c, const std::string& sql)
+        : m_c(c), m_running(std::make_unique<OdbcConnection::Running>(c))
     {
         SQLHSTMT s = m_running->get();
         SQLRETURN rc = SQLExecDirectA(s, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
         for (;;) {
             if (rc == SQL_ERROR)
                 throw errorFromDiagnostics(m_c.drainDiagnostics(s, nullptr));
-            m_c.drainDiagnostics(s, nullptr);
-            if (rc == SQL_NO_DATA)
-                break;
-            SQLSMALLINT cols = 0;
-            SQLNumResultCols(s, &cols);
-            if (cols > 0) {
-                describeColumns(s, m_names, m_types);
-                fetch();
-                return;
+            const auto errors = m_c.drainDiagnostics(s, nullptr);
+            if (!errors.empty())
+                throw errorFromDiagnostics(errors);
+            // The rows are those of the first result that has columns; statements before it
+            // (an UPDATE that touched nothing reports "no data") are passed over.
+            if (rc != SQL_NO_DATA) {
+                SQLSMALLINT cols = 0;
+                SQLNumResultCols(s, &cols);
+                if (cols > 0) {
+                    describeColumns(s, m_names, m_types);
+                    fetch();
+                    return;
+                }
             }
             rc = SQLMoreResults(s);
+            if (rc == SQL_NO_DATA)
+                break;
         }
         m_eof = true;
     }
@@ -160,13 +177,16 @@ public:
     void MoveNext() override
     {
         if (m_eof)
-            throw LfError(kClientFailure, "", "either BOF or EOF is True, or the current record has been deleted");
+            throw LfError(kClientFailure, "",
+                          "either BOF or EOF is True, or the current record has been deleted");
         fetch();
     }
     const Value& Field(int index) const override
     {
         if (m_eof || index < 0 || static_cast<size_t>(index) >= m_row.size())
-            throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal");
+            throw LfError(
+                kClientFailure, "",
+                "item cannot be found in the collection corresponding to the requested name or ordinal");
         return m_row[static_cast<size_t>(index)];
     }
     const Value& Field(const std::string& name) const override
@@ -174,7 +194,10 @@ public:
         for (size_t i = 0; i < m_names.size(); ++i)
             if (equalsNoCase(m_names[i], name))
                 return Field(static_cast<int>(i));
-        throw LfError(kClientFailure, "", "item cannot be found in the collection corresponding to the requested name or ordinal (\"" + name + "\")");
+        throw LfError(
+            kClientFailure, "",
+            "item cannot be found in the collection corresponding to the requested name or ordinal (\"" +
+                name + "\")");
     }
     void SetField(const std::string&, const Value&) override
     {
@@ -233,7 +256,8 @@ std::string getText(SQLHSTMT s, SQLUSMALLINT col, SQLSMALLINT cType, bool& isNul
             return {};
         }
         const size_t room = sizeof buf - terminator;
-        const size_t got = (ind == SQL_NO_TOTAL || static_cast<size_t>(ind) > room) ? room : static_cast<size_t>(ind);
+        const size_t got =
+            (ind == SQL_NO_TOTAL || static_cast<size_t>(ind) > room) ? room : static_cast<size_t>(ind);
         out.append(buf, got);
         if (rc == SQL_SUCCESS)
             break;
@@ -241,7 +265,7 @@ std::string getText(SQLHSTMT s, SQLUSMALLINT col, SQLSMALLINT cType, bool& isNul
     return out;
 }
 
-}  // namespace
+} // namespace
 
 std::string quoteIdentifier(const std::string& name)
 {
@@ -284,7 +308,7 @@ void describeColumns(SQLHSTMT s, std::vector<std::string>& names, std::vector<SQ
         SQLCHAR name[512] = {0};
         SQLSMALLINT nameLen = 0, type = 0, digits = 0, nullable = 0;
         SQLULEN size = 0;
-        SQLDescribeColA(s, i, name, sizeof name, &nameLen, &type, &size, &digits, &nullable);
+        SQLDescribeCol(s, i, name, sizeof name, &nameLen, &type, &size, &digits, &nullable);
         names.emplace_back(reinterpret_cast<char*>(name));
         types.push_back(type);
     }
@@ -341,12 +365,15 @@ OdbcConnection::Running::Running(OdbcConnection& c) : m_c(c), m_stmt(SQL_HANDLE_
 {
     std::lock_guard lock(m_c.m_cancelMutex);
     m_c.m_running = m_stmt.get();
+    m_c.m_runningThread = std::this_thread::get_id();
+    m_c.m_cancelPending = false;
 }
 
 OdbcConnection::Running::~Running()
 {
     std::lock_guard lock(m_c.m_cancelMutex);
     m_c.m_running = SQL_NULL_HSTMT;
+    m_c.m_cancelPending = false;
     m_stmt.reset();
 }
 
@@ -359,7 +386,8 @@ std::unique_ptr<OdbcConnection> OdbcConnection::connect(const OdbcTarget& target
         SQLSetConnectAttr(c->m_dbc.get(), SQL_ATTR_LOGIN_TIMEOUT,
                           reinterpret_cast<SQLPOINTER>(static_cast<intptr_t>(loginTimeoutSeconds)), 0);
     const std::string text = buildOdbcConnectionString(target);
-    const SQLRETURN rc = SQLDriverConnectA(c->m_dbc.get(), nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
+    const SQLRETURN rc = SQLDriverConnectA(c->m_dbc.get(), nullptr,
+                                           reinterpret_cast<SQLCHAR*>(const_cast<char*>(text.c_str())),
                                            SQL_NTS, nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc)) {
         const LfError e = errorFromDiagnostics(readDiagnostics(SQL_HANDLE_DBC, c->m_dbc.get()));
@@ -382,7 +410,8 @@ void OdbcConnection::requireOpen() const
         throw LfError(kClientFailure, "", "the operation is not allowed when the connection is closed");
 }
 
-std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors)
+std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor,
+                                                            bool deliverErrors)
 {
     std::vector<ServerMessage> errors;
     const ServerMessage* previous = nullptr;
@@ -390,15 +419,15 @@ std::vector<ServerMessage> OdbcConnection::drainDiagnostics(SQLHSTMT stmt, Batch
     for (auto& m : records) {
         // FreeTDS repeats the server's "Changed database (or language) context" with one of
         // its own; the user sees it once, as with SQL Server's own clients.
-        const bool repeat = previous && (m.number == 5701 || m.number == 5703) && m.number == previous->number &&
-                            m.text == previous->text;
+        const bool repeat = previous && (m.number == 5701 || m.number == 5703) &&
+                            m.number == previous->number && m.text == previous->text;
         previous = &m;
         if (repeat)
             continue;
         if (m_levelInStateField) {
             if (m.state > 0)
                 m.severity = m.state;
-            m.state = 0;   // not reported
+            m.state = 0; // not reported
         }
         if (isInformational(m)) {
             if (visitor)
@@ -442,7 +471,9 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                     break;
             }
         }
-        if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO) {
+        if (rc == SQL_NO_DATA) {
+            visitor.rowCount(0); // a searched UPDATE, INSERT or DELETE that touched no row
+        } else if (rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO) {
             SQLSMALLINT cols = 0;
             SQLNumResultCols(s, &cols);
             if (cols > 0) {
@@ -473,6 +504,11 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                 SQLRowCount(s, &count);
                 visitor.rowCount(static_cast<long>(count));
             }
+        }
+        if (takeCancelPending() || (abortRequested && abortRequested())) {
+            if (!cancelFromWithin(s, visitor, errorsAsMessages))
+                ok = false;
+            break;
         }
         rc = SQLMoreResults(s);
         if (rc == SQL_NO_DATA) {
@@ -546,8 +582,8 @@ void OdbcConnection::CallProcedure(const std::string& name, std::vector<IntParam
     for (size_t i = 0; i < params.size(); ++i) {
         values[i] = params[i].value;
         const SQLSMALLINT io = params[i].output ? SQL_PARAM_OUTPUT : SQL_PARAM_INPUT;
-        if (!SQL_SUCCEEDED(SQLBindParameter(s, static_cast<SQLUSMALLINT>(i + 1), io, SQL_C_SLONG, SQL_INTEGER, 0, 0,
-                                            &values[i], 0, &indicators[i])))
+        if (!SQL_SUCCEEDED(SQLBindParameter(s, static_cast<SQLUSMALLINT>(i + 1), io, SQL_C_SLONG, SQL_INTEGER,
+                                            0, 0, &values[i], 0, &indicators[i])))
             throwDiagnostics(SQL_HANDLE_STMT, s, "while binding the parameter \"" + params[i].name + "\", ");
     }
     BatchVisitor ignore;
@@ -573,8 +609,37 @@ void OdbcConnection::SetMessageHandler(std::function<void(const ServerMessage&)>
 void OdbcConnection::Cancel()
 {
     std::lock_guard lock(m_cancelMutex);
-    if (m_running != SQL_NULL_HSTMT)
+    if (m_running == SQL_NULL_HSTMT)
+        return;
+    // On the statement's own thread the driver would cancel at once and throw the server's
+    // answer away; the statement loop cancels between two results instead and reads it.
+    if (std::this_thread::get_id() == m_runningThread)
+        m_cancelPending = true;
+    else
         SQLCancel(m_running);
+}
+
+bool OdbcConnection::takeCancelPending()
+{
+    std::lock_guard lock(m_cancelMutex);
+    return std::exchange(m_cancelPending, false);
+}
+
+bool OdbcConnection::cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages)
+{
+    // FreeTDS stops the request here and hands over what the server answered; drivers that
+    // take a cancel between results as doing nothing stop it when the results are closed.
+    SQLCancel(stmt);
+    auto errors = drainDiagnostics(stmt, &visitor, errorsAsMessages);
+    SQLFreeStmt(stmt, SQL_CLOSE);
+    if (errors.empty()) {
+        errors.push_back(ServerMessage{"HY008", 0, 16, 0, 0, {}, {}, "Operation canceled"});
+        if (errorsAsMessages)
+            visitor.message(errors.back(), true);
+    }
+    if (!errorsAsMessages)
+        throw errorFromDiagnostics(errors);
+    return false;
 }
 
 void OdbcConnection::Close()
@@ -582,4 +647,4 @@ void OdbcConnection::Close()
     m_dbc.reset();
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Connection.h"
@@ -70,9 +71,15 @@ public:
         OdbcHandle m_stmt;
     };
 
+    // Stops the running statement from its own thread and raises the error the server answered
+    // with (or delivers it, when errors are messages).
+    bool cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages);
+    bool takeCancelPending();
+
     // Delivers the informational records of the statement's last call (and its errors too, in
     // their order, when deliverErrors) and returns its errors.
-    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor, bool deliverErrors = false);
+    std::vector<ServerMessage> drainDiagnostics(SQLHSTMT stmt, BatchVisitor* visitor,
+                                                bool deliverErrors = false);
 
 private:
     OdbcConnection() = default;
@@ -84,6 +91,10 @@ private:
     std::function<void(const ServerMessage&)> m_messageHandler;
     std::mutex m_cancelMutex;
     SQLHSTMT m_running = SQL_NULL_HSTMT;
+    std::thread::id m_runningThread;
+    // A cancel asked for on the thread that runs the statement (from a message callback):
+    // carried out by the statement loop between two results.
+    bool m_cancelPending = false;
 };
 
 // Reads the current row of a statement after a successful fetch.
@@ -98,4 +109,4 @@ std::string quoteText(const std::string& text);
 // A value as a T-SQL literal.
 std::string sqlLiteral(const Value& v);
 
-}  // namespace sqlserver
+} // namespace sqlserver

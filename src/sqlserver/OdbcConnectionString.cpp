@@ -25,7 +25,8 @@ bool driverInstalled(const std::string& name)
     SQLCHAR attrs[1024];
     SQLSMALLINT descLen = 0, attrLen = 0;
     SQLUSMALLINT direction = SQL_FETCH_FIRST;
-    while (SQL_SUCCEEDED(SQLDriversA(env, direction, desc, sizeof desc, &descLen, attrs, sizeof attrs, &attrLen))) {
+    while (SQL_SUCCEEDED(
+        SQLDriversA(env, direction, desc, sizeof desc, &descLen, attrs, sizeof attrs, &attrLen))) {
         if (name == reinterpret_cast<char*>(desc))
             return true;
         direction = SQL_FETCH_NEXT;
@@ -34,7 +35,7 @@ bool driverInstalled(const std::string& name)
 }
 #endif
 
-}  // namespace
+} // namespace
 
 std::string defaultOdbcDriver()
 {
@@ -96,4 +97,4 @@ std::string buildOdbcConnectionString(const OdbcTarget& t)
     return s;
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

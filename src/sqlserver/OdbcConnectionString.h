@@ -10,7 +10,7 @@ namespace sqlserver {
 struct OdbcTarget {
     std::string driver;
     Endpoint endpoint;
-    std::string database;   // "" for the login's default database
+    std::string database; // "" for the login's default database
     bool integrated = true;
     std::string user;
     std::string password;
@@ -31,4 +31,4 @@ std::string odbcValue(const std::string& value);
 // The SQLDriverConnect string for the target.
 std::string buildOdbcConnectionString(const OdbcTarget& target);
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -1,5 +1,6 @@
 #include "OdbcHandles.h"
 
+#include <algorithm>
 #include <mutex>
 
 #include "ConnectionError.h"
@@ -21,10 +22,11 @@ std::string diagText(SQLSMALLINT type, SQLHANDLE h, SQLSMALLINT rec, SQLSMALLINT
     SQLSMALLINT len = 0;
     if (!SQL_SUCCEEDED(SQLGetDiagFieldA(type, h, rec, field, buf, sizeof buf, &len)))
         return {};
-    return std::string(buf, static_cast<size_t>(std::max<SQLSMALLINT>(0, std::min<SQLSMALLINT>(len, sizeof buf - 1))));
+    return std::string(
+        buf, static_cast<size_t>(std::max<SQLSMALLINT>(0, std::min<SQLSMALLINT>(len, sizeof buf - 1))));
 }
 
-}  // namespace
+} // namespace
 
 SQLHENV odbcEnvironment()
 {
@@ -63,7 +65,7 @@ void OdbcHandle::reset()
     if (m_h == SQL_NULL_HANDLE)
         return;
     if (m_type == SQL_HANDLE_DBC)
-        SQLDisconnect(m_h);   // harmless when not connected
+        SQLDisconnect(m_h); // harmless when not connected
     SQLFreeHandle(m_type, m_h);
     m_h = SQL_NULL_HANDLE;
 }
@@ -87,7 +89,8 @@ std::vector<ServerMessage> readDiagnostics(SQLSMALLINT type, SQLHANDLE h)
         }
         if (!SQL_SUCCEEDED(rc))
             break;
-        text.resize(static_cast<size_t>(std::max<SQLSMALLINT>(0, std::min<SQLSMALLINT>(len, static_cast<SQLSMALLINT>(text.size() - 1)))));
+        text.resize(static_cast<size_t>(
+            std::max<SQLSMALLINT>(0, std::min<SQLSMALLINT>(len, static_cast<SQLSMALLINT>(text.size() - 1)))));
 
         ServerMessage m;
         m.sqlState = reinterpret_cast<char*>(state);
@@ -100,7 +103,7 @@ std::vector<ServerMessage> readDiagnostics(SQLSMALLINT type, SQLHANDLE h)
         if (SQL_SUCCEEDED(SQLGetDiagFieldA(type, h, rec, kDiagSsSeverity, &value, 0, nullptr)))
             m.severity = static_cast<int>(value);
         else
-            m.severity = isInformational(m) ? 0 : 16;   // drivers that do not report the level
+            m.severity = isInformational(m) ? 0 : 16; // drivers that do not report the level
         SQLUSMALLINT line = 0;
         if (SQL_SUCCEEDED(SQLGetDiagFieldA(type, h, rec, kDiagSsLine, &line, 0, nullptr)))
             m.line = line;
@@ -116,4 +119,4 @@ void throwDiagnostics(SQLSMALLINT type, SQLHANDLE handle, const std::string& con
     throw errorFromDiagnostics(readDiagnostics(type, handle), context);
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -21,9 +21,12 @@ SQLHENV odbcEnvironment();
 class OdbcHandle {
 public:
     OdbcHandle() = default;
-    OdbcHandle(SQLSMALLINT type, SQLHANDLE parent);   // allocates; raises LfError on failure
+    OdbcHandle(SQLSMALLINT type, SQLHANDLE parent); // allocates; raises LfError on failure
     ~OdbcHandle() { reset(); }
-    OdbcHandle(OdbcHandle&& other) noexcept : m_type(other.m_type), m_h(other.m_h) { other.m_h = SQL_NULL_HANDLE; }
+    OdbcHandle(OdbcHandle&& other) noexcept : m_type(other.m_type), m_h(other.m_h)
+    {
+        other.m_h = SQL_NULL_HANDLE;
+    }
     OdbcHandle& operator=(OdbcHandle&& other) noexcept;
     OdbcHandle(const OdbcHandle&) = delete;
     OdbcHandle& operator=(const OdbcHandle&) = delete;
@@ -45,4 +48,4 @@ std::vector<ServerMessage> readDiagnostics(SQLSMALLINT type, SQLHANDLE handle);
 // Raises the LfError for the handle's last failed call.
 [[noreturn]] void throwDiagnostics(SQLSMALLINT type, SQLHANDLE handle, const std::string& context = {});
 
-}  // namespace sqlserver
+} // namespace sqlserver

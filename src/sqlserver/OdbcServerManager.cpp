@@ -19,7 +19,8 @@ bool startsWithNoCase(const std::string& s, const std::string& prefix)
     if (s.size() < prefix.size())
         return false;
     for (size_t i = 0; i < prefix.size(); ++i)
-        if (std::toupper(static_cast<unsigned char>(s[i])) != std::toupper(static_cast<unsigned char>(prefix[i])))
+        if (std::toupper(static_cast<unsigned char>(s[i])) !=
+            std::toupper(static_cast<unsigned char>(prefix[i])))
             return false;
     return true;
 }
@@ -46,14 +47,14 @@ private:
     OperationControl& m_control;
 };
 
-}  // namespace
+} // namespace
 
 std::string backupStatement(const BackupSpec& spec)
 {
     // STATS = 10: a notification for every tenth, as the wizard's progress bar expects.
-    std::string sql = "BACKUP DATABASE " + quoteIdentifier(spec.database) + " TO DISK = " + quoteText(spec.file) +
-                      " WITH INIT, NAME = " + quoteText(spec.setName) + ", DESCRIPTION = " +
-                      quoteText(spec.setDescription);
+    std::string sql = "BACKUP DATABASE " + quoteIdentifier(spec.database) +
+                      " TO DISK = " + quoteText(spec.file) + " WITH INIT, NAME = " + quoteText(spec.setName) +
+                      ", DESCRIPTION = " + quoteText(spec.setDescription);
     if (spec.checksum)
         sql += ", CHECKSUM";
     sql += ", STATS = 10";
@@ -62,8 +63,8 @@ std::string backupStatement(const BackupSpec& spec)
 
 std::string restoreStatement(const RestoreSpec& spec)
 {
-    std::string sql = "RESTORE DATABASE " + quoteIdentifier(spec.database) + " FROM DISK = " + quoteText(spec.file) +
-                      " WITH ";
+    std::string sql = "RESTORE DATABASE " + quoteIdentifier(spec.database) +
+                      " FROM DISK = " + quoteText(spec.file) + " WITH ";
     for (const auto& r : spec.relocations)
         sql += "MOVE " + quoteText(r.logicalName) + " TO " + quoteText(r.physicalPath) + ", ";
     if (spec.replace)
@@ -95,7 +96,8 @@ std::string folderOf(const std::string& path)
 
 bool isSystemLogin(const std::string& name, long principalId)
 {
-    return principalId == 1 || (name.size() >= 4 && name.rfind("##", 0) == 0 && name.compare(name.size() - 2, 2, "##") == 0) ||
+    return principalId == 1 ||
+           (name.size() >= 4 && name.rfind("##", 0) == 0 && name.compare(name.size() - 2, 2, "##") == 0) ||
            startsWithNoCase(name, "NT SERVICE\\") || startsWithNoCase(name, "NT AUTHORITY\\");
 }
 
@@ -123,7 +125,8 @@ std::unique_ptr<ServerConnection> OdbcServerManager::Connect(const ConnectOption
     target.user = options.user;
     target.password = options.password;
     const std::string shown = options.server.empty() ? "(local)" : options.server;
-    return std::make_unique<OdbcServerConnection>(OdbcConnection::connect(target, options.loginTimeoutSeconds, shown));
+    return std::make_unique<OdbcServerConnection>(
+        OdbcConnection::connect(target, options.loginTimeoutSeconds, shown));
 }
 
 OdbcServerConnection::OdbcServerConnection(std::unique_ptr<OdbcConnection> connection)
@@ -157,7 +160,8 @@ std::string OdbcServerConnection::NetName()
 
 bool OdbcServerConnection::CanCreateDatabases()
 {
-    const auto roles = connection().query("SELECT IS_SRVROLEMEMBER('sysadmin'), IS_SRVROLEMEMBER('dbcreator')");
+    const auto roles =
+        connection().query("SELECT IS_SRVROLEMEMBER('sysadmin'), IS_SRVROLEMEMBER('dbcreator')");
     if (!roles.empty())
         for (const auto& v : roles.front())
             if (v.toInt() == 1)
@@ -165,7 +169,8 @@ bool OdbcServerConnection::CanCreateDatabases()
     // A permission granted outside the two roles; servers that predate HAS_PERMS_BY_NAME
     // (MSDE, SQL Server 2000) only know the roles.
     try {
-        return connection().scalar("SELECT HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE')").toInt() == 1;
+        return connection().scalar("SELECT HAS_PERMS_BY_NAME(NULL, NULL, 'CREATE ANY DATABASE')").toInt() ==
+               1;
     } catch (const LfError&) {
         return false;
     }
@@ -174,7 +179,8 @@ bool OdbcServerConnection::CanCreateDatabases()
 std::vector<DatabaseInfo> OdbcServerConnection::Databases()
 {
     std::vector<DatabaseInfo> out;
-    for (const auto& row : connection().query("SELECT name, HAS_DBACCESS(name) FROM sys.databases ORDER BY database_id"))
+    for (const auto& row :
+         connection().query("SELECT name, HAS_DBACCESS(name) FROM sys.databases ORDER BY database_id"))
         out.push_back(DatabaseInfo{row.at(0).toText(), row.at(1).toInt() == 1});
     return out;
 }
@@ -182,8 +188,8 @@ std::vector<DatabaseInfo> OdbcServerConnection::Databases()
 std::vector<LoginInfo> OdbcServerConnection::Logins()
 {
     std::vector<LoginInfo> out;
-    for (const auto& row : connection().query(
-             "SELECT name, principal_id FROM sys.server_principals WHERE type IN ('S', 'U', 'G') ORDER BY name")) {
+    for (const auto& row : connection().query("SELECT name, principal_id FROM sys.server_principals WHERE "
+                                              "type IN ('S', 'U', 'G') ORDER BY name")) {
         const std::string name = row.at(0).toText();
         out.push_back(LoginInfo{name, isSystemLogin(name, static_cast<long>(row.at(1).toInt()))});
     }
@@ -192,8 +198,8 @@ std::vector<LoginInfo> OdbcServerConnection::Logins()
 
 std::string OdbcServerConnection::MasterDataFolder()
 {
-    const Value path =
-        connection().scalar("SELECT physical_name FROM sys.master_files WHERE database_id = 1 AND file_id = 1");
+    const Value path = connection().scalar(
+        "SELECT physical_name FROM sys.master_files WHERE database_id = 1 AND file_id = 1");
     if (path.isNull())
         throw LfError(kClientFailure, "", "the server does not report where the master database lives");
     return folderOf(path.toText());
@@ -268,4 +274,4 @@ void OdbcServerConnection::DisConnect()
     m_connection.reset();
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

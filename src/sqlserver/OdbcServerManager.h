@@ -52,4 +52,4 @@ std::string folderOf(const std::string& path);
 // Logins the server owns: sa, "##...##" certificate logins, NT SERVICE\ and NT AUTHORITY\ ones.
 bool isSystemLogin(const std::string& name, long principalId);
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -5,7 +5,8 @@
 namespace sqlserver {
 namespace {
 
-constexpr const char* kTrustedHead = "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;";
+constexpr const char* kTrustedHead =
+    "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;";
 constexpr const char* kLoginHead = "Provider=SQLOLEDB.1;Password=";
 
 // Takes "Key=" at pos and the value up to the next ";" (or the end when last).
@@ -27,7 +28,7 @@ bool takeValue(const std::string& text, size_t& pos, const std::string& key, boo
     return true;
 }
 
-}  // namespace
+} // namespace
 
 std::optional<OleDbConnectionInfo> parseOleDbConnectionString(const std::string& text)
 {
@@ -62,4 +63,4 @@ std::optional<OleDbConnectionInfo> parseOleDbConnectionString(const std::string&
     return info;
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

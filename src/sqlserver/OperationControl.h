@@ -46,4 +46,4 @@ private:
     std::function<void()> m_cancel;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -34,4 +34,4 @@ public:
     virtual void Close() = 0;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

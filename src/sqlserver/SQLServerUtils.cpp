@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -12,7 +13,7 @@
 
 namespace SQLServerUtils {
 namespace {
-std::string g_tokenRemainder;   // shared by every caller of NextToken
+std::string g_tokenRemainder; // shared by every caller of NextToken
 }
 
 std::string GetInstalledInstances()
@@ -34,7 +35,7 @@ std::string GetLocalComputerName()
 {
     std::string name;
     if (!sys::machine().computerName(name))
-        return " ";   // a space, not an empty text: callers have always received this
+        return " "; // a space, not an empty text: callers have always received this
     return name;
 }
 
@@ -72,7 +73,8 @@ bool DatabaseExists(sqlserver::ServerConnection& server, const std::string& data
     const auto same = [&](const std::string& name) {
         return name.size() == databaseName.size() &&
                std::equal(name.begin(), name.end(), databaseName.begin(), [](char a, char b) {
-                   return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+                   return std::tolower(static_cast<unsigned char>(a)) ==
+                          std::tolower(static_cast<unsigned char>(b));
                });
     };
     // Indices 1 to the count, as the management interface numbers its collections.
@@ -90,7 +92,8 @@ std::string FindLocalServerWithDatabase(const std::string& databaseName)
     std::string none;
     std::string delimiter(1, '\0');
     std::string found;
-    for (std::string token = NextToken(instances, delimiter); !token.empty(); token = NextToken(none, delimiter)) {
+    for (std::string token = NextToken(instances, delimiter); !token.empty();
+         token = NextToken(none, delimiter)) {
         const std::string connectName = token == "MSSQLSERVER" ? std::string() : computer + "\\" + token;
         std::unique_ptr<sqlserver::ServerConnection> server;
         try {
@@ -100,7 +103,7 @@ std::string FindLocalServerWithDatabase(const std::string& databaseName)
             options.loginTimeoutSeconds = 10;
             server = sqlserver::serverManager().Connect(options);
         } catch (const LfError&) {
-            continue;   // an instance that does not answer is skipped
+            continue; // an instance that does not answer is skipped
         }
         found = connectName.empty() ? "(local)" : connectName;
         bool exists = false;
@@ -115,7 +118,8 @@ std::string FindLocalServerWithDatabase(const std::string& databaseName)
             return found;
     }
     if (found.empty())
-        throw LfError(LfError::kObjectError513, "", "there are no local SQLServer or MSDE instances installed");
+        throw LfError(LfError::kObjectError513, "",
+                      "there are no local SQLServer or MSDE instances installed");
     return found;
 }
 
@@ -131,7 +135,8 @@ bool IsLocalServer(const std::string& serverName)
         return local;
     } catch (const LfError& e) {
         throw LfError(e.number(), "DBMigrateProgressCtl.IsLocalServer",
-                      "while testing whether the server \"" + serverName + "\" is a local server, " + e.description());
+                      "while testing whether the server \"" + serverName + "\" is a local server, " +
+                          e.description());
     }
 }
 
@@ -157,14 +162,14 @@ std::string OsqlLogPath(const std::string& scriptPath)
     return scriptPath.substr(0, dot) + ".log";
 }
 
-std::string OsqlCommandLine(const std::string& scriptPath, const std::string& serverName, const std::string& user,
-                            const std::string& password)
+std::string OsqlCommandLine(const std::string& scriptPath, const std::string& serverName,
+                            const std::string& user, const std::string& password)
 {
     const std::string q = "\"";
     const std::string log = OsqlLogPath(scriptPath);
     if (!user.empty())
-        return "osql -n -U" + user + " -P" + password + " -S" + serverName + " -i " + q + scriptPath + q + " -o" + q +
-               log + q;
+        return "osql -n -U" + user + " -P" + password + " -S" + serverName + " -i " + q + scriptPath + q +
+               " -o" + q + log + q;
     return "osql -n -E -S" + serverName + " -i " + q + scriptPath + q + " -o" + q + log + q;
 }
 
@@ -191,7 +196,7 @@ bool isOurOsql(const std::filesystem::path& p)
     return in.gcount() == 2 && !(head[0] == '#' && head[1] == '!');
 }
 
-}  // namespace
+} // namespace
 
 std::string FindOsqlExecutable()
 {
@@ -208,7 +213,8 @@ std::string FindOsqlExecutable()
     size_t start = 0;
     for (;;) {
         const size_t end = list.find(kPathListSeparator, start);
-        const std::string dir = list.substr(start, end == std::string::npos ? std::string::npos : end - start);
+        const std::string dir =
+            list.substr(start, end == std::string::npos ? std::string::npos : end - start);
         if (!dir.empty()) {
             const auto candidate = std::filesystem::path(dir) / kOsqlFile;
             if (isOurOsql(candidate))
@@ -245,13 +251,13 @@ void ShellAndWait(const std::string& commandLine, int /*windowStyle: always hidd
     if (program == "osql") {
         program = FindOsqlExecutable();
         if (program.empty())
-            return;   // no osql: the caller finds no log
+            return; // no osql: the caller finds no log
     }
     std::string error;
     auto child = proc::start(program, args, error);
     if (!child)
-        return;   // not startable: nothing to wait for; the caller finds no log
+        return; // not startable: nothing to wait for; the caller finds no log
     proc::waitWithCallback(*child, whileWaiting);
 }
 
-}  // namespace SQLServerUtils
+} // namespace SQLServerUtils

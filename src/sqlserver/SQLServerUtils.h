@@ -78,4 +78,4 @@ void RunOsqlScript(const std::string& scriptPath, const std::string& serverName,
 // A command that cannot be started ends it without waiting. The exit code is not read.
 void ShellAndWait(const std::string& commandLine, int windowStyle, const WaitCallback& whileWaiting = {});
 
-}  // namespace SQLServerUtils
+} // namespace SQLServerUtils

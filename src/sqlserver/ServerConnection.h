@@ -23,18 +23,18 @@ struct LoginInfo {
 // A full database backup to one file.
 struct BackupSpec {
     std::string database;
-    std::string setName;          // e.g. "LFDesktop10_Full"
-    std::string setDescription;   // e.g. "Full backup of LFDesktop10 database"
-    std::string file;             // path on the server's machine
-    bool checksum = false;        // WITH CHECKSUM
-    bool verify = false;          // RESTORE VERIFYONLY after the backup
+    std::string setName;        // e.g. "LFDesktop10_Full"
+    std::string setDescription; // e.g. "Full backup of LFDesktop10 database"
+    std::string file;           // path on the server's machine
+    bool checksum = false;      // WITH CHECKSUM
+    bool verify = false;        // RESTORE VERIFYONLY after the backup
 };
 
 // One row of a backup's file list (RESTORE FILELISTONLY), in the backup's order.
 struct BackupFileInfo {
     std::string logicalName;
     std::string physicalName;
-    std::string type;   // "D" data, "L" log
+    std::string type; // "D" data, "L" log
 };
 
 // Where a logical file of the backup goes on the server (WITH MOVE).
@@ -48,7 +48,7 @@ struct RestoreSpec {
     std::string database;
     std::string file;
     std::vector<FileRelocation> relocations;
-    bool replace = false;   // WITH REPLACE: overwrite an existing database
+    bool replace = false; // WITH REPLACE: overwrite an existing database
 };
 
 // A connected server, the wizard's SQL-DMO SQLServer. Created by ServerManager::Connect for
@@ -92,4 +92,4 @@ public:
     virtual void DisConnect() = 0;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -23,11 +23,12 @@ std::string trim(const std::string& s)
 bool equalsNoCase(const std::string& a, const std::string& b)
 {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
            });
 }
 
-}  // namespace
+} // namespace
 
 std::optional<ServerAddress> parseServerName(const std::string& name, const std::string& computerName)
 {
@@ -39,7 +40,8 @@ std::optional<ServerAddress> parseServerName(const std::string& name, const std:
     const auto comma = text.find(',');
     if (comma != std::string::npos) {
         const std::string port = trim(text.substr(comma + 1));
-        if (port.empty() || !std::all_of(port.begin(), port.end(), [](char c) { return std::isdigit(static_cast<unsigned char>(c)); }))
+        if (port.empty() || !std::all_of(port.begin(), port.end(),
+                                         [](char c) { return std::isdigit(static_cast<unsigned char>(c)); }))
             return std::nullopt;
         const long p = std::stol(port.substr(0, 6));
         if (p <= 0 || p > 65535)
@@ -78,9 +80,10 @@ Endpoint resolveServer(const std::string& name)
         return e;
     }
     if (address->instance.empty())
-        return e;   // a default instance without a browser listens on the standard port
+        return e; // a default instance without a browser listens on the standard port
     throw serverNotFound(name, info ? "the instance does not listen on TCP"
-                                    : "the SQL Server Browser on \"" + address->host + "\" does not know the instance");
+                                    : "the SQL Server Browser on \"" + address->host +
+                                          "\" does not know the instance");
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -30,4 +30,4 @@ std::optional<ServerAddress> parseServerName(const std::string& name, const std:
 // Raises LfError 0x80040000 when the name cannot be parsed or a named instance does not answer.
 Endpoint resolveServer(const std::string& name);
 
-}  // namespace sqlserver
+} // namespace sqlserver

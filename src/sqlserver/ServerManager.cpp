@@ -8,7 +8,7 @@ namespace sqlserver {
 namespace {
 std::mutex g_mutex;
 std::shared_ptr<ServerManager> g_manager;
-}  // namespace
+} // namespace
 
 ServerManager& serverManager()
 {
@@ -31,4 +31,4 @@ ScopedServerManagerOverride::~ScopedServerManagerOverride()
     g_manager = std::move(m_previous);
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -3,20 +3,11 @@
 #include <memory>
 #include <string>
 
+#include "ConnectOptions.h"
 #include "NameList.h"
 #include "ServerConnection.h"
 
 namespace sqlserver {
-
-// How to reach a server: its name as the wizard shows it ("(local)", "" for this computer's
-// default instance, "HOST", "HOST\INSTANCE", "host,port") and the login.
-struct ConnectOptions {
-    std::string server;
-    bool loginSecure = true;         // Windows (integrated) login; false: user and password
-    std::string user;
-    std::string password;
-    int loginTimeoutSeconds = 0;     // 0: the driver's default
-};
 
 // The server-management entry points (SQL-DMO's Application and SQLServer.Connect). Pages and
 // engines receive a ServerManager&; the product uses the ODBC one, tests may use a fake.
@@ -45,4 +36,4 @@ private:
     std::shared_ptr<ServerManager> m_previous;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -61,12 +61,16 @@ public:
     UdpSocket(const UdpSocket&) = delete;
     UdpSocket& operator=(const UdpSocket&) = delete;
 
-    bool ok() const { return m_s != kNoSocket; }
+    bool ok() const
+    {
+        return m_s != kNoSocket;
+    }
 
     bool enableBroadcast()
     {
         int on = 1;
-        return ::setsockopt(m_s, SOL_SOCKET, SO_BROADCAST, reinterpret_cast<const char*>(&on), sizeof on) == 0;
+        return ::setsockopt(m_s, SOL_SOCKET, SO_BROADCAST, reinterpret_cast<const char*>(&on), sizeof on) ==
+               0;
     }
 
     bool sendTo(const sockaddr_in& to, const std::string& bytes)
@@ -78,7 +82,8 @@ public:
     // One datagram, or empty when none arrives within the time left.
     std::optional<std::string> receive(std::chrono::steady_clock::time_point deadline)
     {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0)
             return std::nullopt;
 #ifdef _WIN32
@@ -93,7 +98,7 @@ public:
         char buf[65536];
         const auto n = ::recv(m_s, buf, sizeof buf, 0);
         if (n <= 0)
-            return std::string();   // an ICMP "port unreachable" surfaces here: no answer
+            return std::string(); // an ICMP "port unreachable" surfaces here: no answer
         return std::string(buf, static_cast<size_t>(n));
     }
 
@@ -121,7 +126,7 @@ bool envPortSet()
     return v && *v;
 }
 
-}  // namespace
+} // namespace
 
 int browserPort()
 {
@@ -211,8 +216,10 @@ std::optional<InstanceInfo> queryInstance(const std::string& host, const std::st
             // Instance names are not case-sensitive in the browser's answers.
             if (info.instanceName.size() == instanceName.size() &&
                 std::equal(info.instanceName.begin(), info.instanceName.end(), instanceName.begin(),
-                           [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) ==
-                                                       std::toupper(static_cast<unsigned char>(b)); }))
+                           [](char a, char b) {
+                               return std::toupper(static_cast<unsigned char>(a)) ==
+                                      std::toupper(static_cast<unsigned char>(b));
+                           }))
                 return info;
         }
     }
@@ -253,4 +260,4 @@ std::string displayName(const InstanceInfo& info)
     return info.serverName + "\\" + info.instanceName;
 }
 
-}  // namespace ssrp
+} // namespace ssrp

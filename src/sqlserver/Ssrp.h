@@ -41,4 +41,4 @@ std::vector<InstanceInfo> broadcast(std::chrono::milliseconds window);
 // The name the wizard lists for an instance: "HOST" for a default instance, else "HOST\INSTANCE".
 std::string displayName(const InstanceInfo& info);
 
-}  // namespace ssrp
+} // namespace ssrp

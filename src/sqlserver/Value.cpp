@@ -50,4 +50,4 @@ size_t Value::actualSize() const
     return 0;
 }
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -36,4 +36,4 @@ private:
     std::variant<std::monostate, int64_t, double, std::string> m_v;
 };
 
-}  // namespace sqlserver
+} // namespace sqlserver

@@ -57,7 +57,8 @@ public:
     explicit StandinMachine(std::vector<StandinServer::Instance> instances, int progressStepMillis = 50)
         : server(options(std::move(instances), progressStepMillis)),
           browserPort("LABFOLIO_SQLBROWSER_PORT", std::to_string(server.resolutionPort())),
-          integrated("LABFOLIO_ODBC_INTEGRATED", std::string("UID=") + kWizardLogin + ";PWD=" + kWizardPassword),
+          integrated("LABFOLIO_ODBC_INTEGRATED",
+                     std::string("UID=") + kWizardLogin + ";PWD=" + kWizardPassword),
           system(std::make_shared<FakeSystemInfo>()), systemOverride(system)
     {
         system->computer = "PC1";
@@ -73,7 +74,8 @@ public:
     }
 
     // A connection as sa straight to an instance, for setting up and checking.
-    std::unique_ptr<sqlserver::OdbcConnection> sa(const std::string& instanceName, const std::string& database = {})
+    std::unique_ptr<sqlserver::OdbcConnection> sa(const std::string& instanceName,
+                                                  const std::string& database = {})
     {
         sqlserver::OdbcTarget t;
         t.driver = sqlserver::defaultOdbcDriver();

@@ -32,10 +32,11 @@ void makeDatabase(StandinMachine& m, const std::string& instance, const std::str
     auto c = m.sa(instance, name);
     c->Execute("CREATE TABLE ELN_people (UserName nvarchar(100) NOT NULL, is_administrator int NOT NULL)");
     for (int i = 0; i < rows; ++i)
-        c->Execute("INSERT INTO ELN_people (UserName, is_administrator) VALUES (N'user" + std::to_string(i) + "', 0)");
+        c->Execute("INSERT INTO ELN_people (UserName, is_administrator) VALUES (N'user" + std::to_string(i) +
+                   "', 0)");
 }
 
-}  // namespace
+} // namespace
 
 TEST(ServerModelE2e, NamesOfServerWorkstationAndMachine)
 {
@@ -73,10 +74,11 @@ TEST(ServerModelE2e, DatabasesInCatalogOrderWithTheUsableFlag)
     for (const auto& d : connectAs("PC1\\VELDRIN", "chemist", "Chemist-pw1")->Databases()) {
         if (d.name == "Labfolio_A") {
             sawA = true;
-            EXPECT_FALSE(d.canUse);   // no user in that database
+            EXPECT_FALSE(d.canUse); // no user in that database
         }
-        if (d.name == "master")
+        if (d.name == "master") {
             EXPECT_TRUE(d.canUse);
+        }
     }
     EXPECT_TRUE(sawA);
 }
@@ -119,12 +121,14 @@ TEST(ServerModelE2e, MasterDataFolderEndsWithASeparator)
     const std::string folder = connectAs("PC1\\VELDRIN")->MasterDataFolder();
     ASSERT_FALSE(folder.empty());
     EXPECT_EQ(folder.back(), '/');
-    EXPECT_TRUE(std::filesystem::exists(folder + "master.mdf") || std::filesystem::is_directory(folder)) << folder;
+    EXPECT_TRUE(std::filesystem::exists(folder + "master.mdf") || std::filesystem::is_directory(folder))
+        << folder;
 }
 
 TEST(ServerModelE2e, NetworkListNamesEveryInstance)
 {
-    StandinMachine m({StandinMachine::instance("MSSQLSERVER", "LABSRV2"), StandinMachine::instance("VELDRIN", "LABSRV2")});
+    StandinMachine m(
+        {StandinMachine::instance("MSSQLSERVER", "LABSRV2"), StandinMachine::instance("VELDRIN", "LABSRV2")});
     const NameList list = serverManager().ListAvailableSQLServers();
     EXPECT_EQ(list.Count(), 2);
     EXPECT_EQ(list.Item(0), "");
@@ -158,23 +162,29 @@ TEST(ServerModelE2e, UnknownInstanceDoesNotExist)
 
 TEST(ServerModelE2e, BackupReportsRisingProgressToOneHundred)
 {
-    StandinMachine m({StandinMachine::instance("VELDRIN")});
+    // Steps of 200 ms: the whole backup takes two seconds after its first report.
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200);
     makeDatabase(m, "VELDRIN", "LFDesktop10", 20);
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     std::vector<int> percents;
     std::vector<std::string> texts;
+    std::vector<bool> fileThere;
     OperationControl control;
     control.onProgress = [&](int p, const std::string& t) {
         percents.push_back(p);
         texts.push_back(t);
+        fileThere.push_back(std::filesystem::exists(file));
     };
     auto s = connectAs("PC1\\VELDRIN");
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file, true, true},
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file, true,
+                         true},
               control);
     ASSERT_GE(percents.size(), 2u);
     EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
     EXPECT_EQ(percents.back(), 100);
     EXPECT_EQ(texts.back(), "100 percent processed.");
+    // The first report came while the backup still ran: its file is written only at the end.
+    EXPECT_FALSE(fileThere.front());
     EXPECT_TRUE(std::filesystem::exists(file));
     const auto files = s->ReadBackupFileList(file);
     ASSERT_EQ(files.size(), 2u);
@@ -184,7 +194,7 @@ TEST(ServerModelE2e, BackupReportsRisingProgressToOneHundred)
 
 TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
 {
-    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200);   // about two seconds a backup
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200); // about two seconds a backup
     makeDatabase(m, "VELDRIN", "LFDesktop10", 5);
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
@@ -196,7 +206,8 @@ TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
         control.Abort();
     });
     try {
-        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file}, control);
+        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+                  control);
         stopper.join();
         FAIL() << "the backup was not aborted";
     } catch (const LfError& e) {
@@ -206,11 +217,13 @@ TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
         EXPECT_EQ(e.number(), 0x80040000u + 3204u) << e.description();
         EXPECT_NE(e.description().find("aborted"), std::string::npos) << e.description();
     }
-    if (!percents.empty())
+    if (!percents.empty()) {
         EXPECT_LT(percents.back(), 100);
+    }
     // No file is left that claims to be a complete backup.
-    if (std::filesystem::exists(file))
+    if (std::filesystem::exists(file)) {
         EXPECT_THROW(s->ReadBackupFileList(file), LfError);
+    }
     // The connection is usable after the abort.
     EXPECT_FALSE(s->Databases().empty());
 }
@@ -222,7 +235,8 @@ TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
     const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
     OperationControl backup;
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file}, backup);
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+              backup);
 
     const auto files = s->ReadBackupFileList(file);
     ASSERT_GE(files.size(), 2u);
@@ -249,4 +263,65 @@ TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
     r.relocations.clear();
     OperationControl again;
     EXPECT_THROW(s->Restore(r, again), LfError);
+}
+
+TEST(ServerModelE2e, AbortEndsARestoreAndTheTargetIsNotLeftAsARestoredDatabase)
+{
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 150);
+    makeDatabase(m, "VELDRIN", "LFDesktop10", 3);
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    auto s = connectAs("PC1\\VELDRIN");
+    OperationControl backup;
+    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+              backup);
+
+    const auto files = s->ReadBackupFileList(file);
+    ASSERT_EQ(files.size(), 2u);
+    const std::string folder = s->MasterDataFolder();
+    RestoreSpec r;
+    r.database = "Labfolio_9";
+    r.file = file;
+    r.relocations = {{files[0].logicalName, folder + "Labfolio_9_Data.mdf"},
+                     {files[1].logicalName, folder + "Labfolio_9_LOG.ldf"}};
+    OperationControl control;
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        control.Abort();
+    });
+    EXPECT_THROW(s->Restore(r, control), LfError);
+    stopper.join();
+    // A stopped restore leaves no usable database behind.
+    bool usable = false;
+    try {
+        usable = m.sa("VELDRIN", "Labfolio_9")->scalar("SELECT COUNT(*) FROM ELN_people").toInt() == 3;
+    } catch (const LfError&) {
+    }
+    EXPECT_FALSE(usable);
+}
+
+TEST(ServerModelE2e, AbortFromTheProgressNotificationEndsTheBackup)
+{
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 100);
+    makeDatabase(m, "VELDRIN", "LFDesktop10", 5);
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    auto s = connectAs("PC1\\VELDRIN");
+    OperationControl control;
+    std::vector<int> percents;
+    // As the progress page does: a Stop seen in a notification aborts the running backup.
+    control.onProgress = [&](int p, const std::string&) {
+        percents.push_back(p);
+        if (p >= 20)
+            control.Abort();
+    };
+    try {
+        s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
+                  control);
+        FAIL() << "the backup was not aborted";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.number(), 0x80040000u + 3204u) << e.description();
+    }
+    ASSERT_FALSE(percents.empty());
+    EXPECT_LT(percents.back(), 100);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_FALSE(s->Databases().empty());
 }

@@ -11,22 +11,21 @@
 
 namespace {
 
-const char* kScript =
-    "CREATE DATABASE LFOffline9\r\n"
-    "GO\r\n"
-    "USE LFOffline9\r\n"
-    "GO\r\n"
-    "CREATE TABLE OfflineCheck (a int NOT NULL)\r\n"
-    "INSERT INTO OfflineCheck (a) VALUES (1)\r\n"
-    "INSERT INTO OfflineCheck (a) VALUES (2)\r\n"
-    "PRINT 'Offline tables created.'\r\n"
-    "GO\r\n"
-    "SELECT a FROM OfflineCheck ORDER BY a\r\n"
-    "GO\r\n"
-    "SELECT * FROM missing_table\r\n"
-    "GO\r\n"
-    "PRINT 'after the error'\r\n"
-    "go\r\n";
+const char* kScript = "CREATE DATABASE LFOffline9\r\n"
+                      "GO\r\n"
+                      "USE LFOffline9\r\n"
+                      "GO\r\n"
+                      "CREATE TABLE OfflineCheck (a int NOT NULL)\r\n"
+                      "INSERT INTO OfflineCheck (a) VALUES (1)\r\n"
+                      "INSERT INTO OfflineCheck (a) VALUES (2)\r\n"
+                      "PRINT 'Offline tables created.'\r\n"
+                      "GO\r\n"
+                      "SELECT a FROM OfflineCheck ORDER BY a\r\n"
+                      "GO\r\n"
+                      "SELECT * FROM missing_table\r\n"
+                      "GO\r\n"
+                      "PRINT 'after the error'\r\n"
+                      "go\r\n";
 
 // The tool runs in its own process, where this computer has its real name.
 std::string veldrin()
@@ -44,13 +43,16 @@ std::string read(const std::filesystem::path& p)
 
 class PathWithOsql {
 public:
-    PathWithOsql() : m_path("PATH", std::string(OSQL_DIR) + ":" + (std::getenv("PATH") ? std::getenv("PATH") : "")) {}
+    PathWithOsql()
+        : m_path("PATH", std::string(OSQL_DIR) + ":" + (std::getenv("PATH") ? std::getenv("PATH") : ""))
+    {
+    }
 
 private:
     EnvVar m_path;
 };
 
-}  // namespace
+} // namespace
 
 TEST(OsqlToolE2e, RunsEveryBatchAndWritesItsLogTheWayOsqlDoes)
 {
@@ -63,13 +65,13 @@ TEST(OsqlToolE2e, RunsEveryBatchAndWritesItsLogTheWayOsqlDoes)
                          {"-n", "-E", "-S" + veldrin(), "-i", script.string(), "-o" + log.string()}, error);
     ASSERT_TRUE(p) << error;
     proc::waitWithCallback(*p, {});
-    EXPECT_EQ(p->exitCode(), 1);   // one batch failed
+    EXPECT_EQ(p->exitCode(), 1); // one batch failed
 
     const std::string text = read(log);
     EXPECT_NE(text.find("Offline tables created.\n"), std::string::npos) << text;
     EXPECT_NE(text.find(" a\n -\n 1\n 2\n\n(2 rows affected)\n"), std::string::npos) << text;
     EXPECT_EQ(text.find("Changed database context to 'LFOffline9'."),
-              text.rfind("Changed database context to 'LFOffline9'."));   // once
+              text.rfind("Changed database context to 'LFOffline9'.")); // once
     EXPECT_NE(text.find("Msg 208, Level 16, State 1, Server LABHOST\\VELDRIN, Line 1\n"
                         "Invalid object name 'missing_table'.\n"),
               std::string::npos)
@@ -89,8 +91,8 @@ TEST(OsqlToolE2e, CleanScriptEndsWithExitCodeZero)
     const auto script = dir.write("ok.sql", "PRINT 'fine'\nGO\n");
     std::string error;
     auto p = proc::start(std::string(OSQL_DIR) + "/osql",
-                         {"-n", "-U" + std::string(kWizardLogin), "-P" + std::string(kWizardPassword), "-S" + veldrin(),
-                          "-i", script.string(), "-o" + (dir.path() / "ok.log").string()},
+                         {"-n", "-U" + std::string(kWizardLogin), "-P" + std::string(kWizardPassword),
+                          "-S" + veldrin(), "-i", script.string(), "-o" + (dir.path() / "ok.log").string()},
                          error);
     ASSERT_TRUE(p) << error;
     proc::waitWithCallback(*p, {});
@@ -104,9 +106,9 @@ TEST(OsqlToolE2e, UnreachableServerIsWrittenToTheLog)
     TempDir dir;
     const auto script = dir.write("ok.sql", "PRINT 'fine'\nGO\n");
     std::string error;
-    auto p = proc::start(std::string(OSQL_DIR) + "/osql",
-                         {"-n", "-E", "-SPC1\\NOPE", "-i", script.string(), "-o" + (dir.path() / "ok.log").string()},
-                         error);
+    auto p = proc::start(
+        std::string(OSQL_DIR) + "/osql",
+        {"-n", "-E", "-SPC1\\NOPE", "-i", script.string(), "-o" + (dir.path() / "ok.log").string()}, error);
     ASSERT_TRUE(p) << error;
     proc::waitWithCallback(*p, {});
     EXPECT_EQ(p->exitCode(), 1);

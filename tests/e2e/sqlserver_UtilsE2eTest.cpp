@@ -29,11 +29,12 @@ std::string instancesReg(const std::vector<std::string>& names)
     }
     add(0);
     add(0);
-    return std::string(regtext::kHeader) + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
+    return std::string(regtext::kHeader) +
+           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
            "\"InstalledInstances\"=hex(7):" + hex + "\r\n\r\n";
 }
 
-}  // namespace
+} // namespace
 
 TEST(FindLocalServerWithDatabaseE2e, DatabaseOnTheSecondOfTwoAnsweringInstances)
 {
@@ -103,7 +104,9 @@ TEST(IsLocalServerE2e, UnknownInstanceIsRaisedWithTheProgressPagesSource)
     } catch (const LfError& e) {
         EXPECT_EQ(e.number(), 0x80040000u);
         EXPECT_EQ(e.source(), "DBMigrateProgressCtl.IsLocalServer");
-        EXPECT_EQ(e.description().rfind("while testing whether the server \"PC1\\NOPE\" is a local server, ", 0), 0u)
+        EXPECT_EQ(
+            e.description().rfind("while testing whether the server \"PC1\\NOPE\" is a local server, ", 0),
+            0u)
             << e.description();
     }
 }

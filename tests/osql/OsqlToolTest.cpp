@@ -12,15 +12,16 @@ namespace {
 std::optional<Arguments> parseLine(const std::string& commandLine, std::string& error)
 {
     auto args = proc::splitCommandLine(commandLine);
-    args.erase(args.begin());   // the program
+    args.erase(args.begin()); // the program
     return parseArguments(args, error);
 }
-}  // namespace
+} // namespace
 
 TEST(OsqlArguments, TheWizardsTrustedCommandLine)
 {
     std::string error;
-    const auto a = parseLine(SQLServerUtils::OsqlCommandLine("/opt/x y/LFOffline.sql", "PC1\\VELDRIN", "", ""), error);
+    const auto a =
+        parseLine(SQLServerUtils::OsqlCommandLine("/opt/x y/LFOffline.sql", "PC1\\VELDRIN", "", ""), error);
     ASSERT_TRUE(a) << error;
     EXPECT_TRUE(a->noNumbering);
     EXPECT_TRUE(a->trusted);
@@ -32,7 +33,8 @@ TEST(OsqlArguments, TheWizardsTrustedCommandLine)
 TEST(OsqlArguments, TheWizardsLoginCommandLine)
 {
     std::string error;
-    const auto a = parseLine(SQLServerUtils::OsqlCommandLine("/x/LFOffline.sql", "(local)", "sa", "pw"), error);
+    const auto a =
+        parseLine(SQLServerUtils::OsqlCommandLine("/x/LFOffline.sql", "(local)", "sa", "pw"), error);
     ASSERT_TRUE(a) << error;
     EXPECT_FALSE(a->trusted);
     EXPECT_EQ(a->user, "sa");
@@ -59,13 +61,14 @@ TEST(OsqlArguments, SeparateValuesAndErrors)
     EXPECT_EQ(a->database, "db");
     EXPECT_FALSE(parseArguments({"-E", "-X"}, error));
     EXPECT_NE(error.find("-X"), std::string::npos);
-    EXPECT_FALSE(parseArguments({"-i", "a.sql"}, error));   // neither -E nor -U
-    EXPECT_FALSE(parseArguments({"-E"}, error));            // nothing to run
+    EXPECT_FALSE(parseArguments({"-i", "a.sql"}, error)); // neither -E nor -U
+    EXPECT_FALSE(parseArguments({"-E"}, error));          // nothing to run
 }
 
 TEST(OsqlScript, GoLinesSeparateBatches)
 {
-    const auto b = splitBatches("CREATE TABLE t (a int)\r\ngo\r\nINSERT t VALUES (1)\nPRINT 'x'\n  GO  \n\nGO\nSELECT 1");
+    const auto b = splitBatches(
+        "CREATE TABLE t (a int)\r\ngo\r\nINSERT t VALUES (1)\nPRINT 'x'\n  GO  \n\nGO\nSELECT 1");
     ASSERT_EQ(b.size(), 3u);
     EXPECT_EQ(b[0].text, "CREATE TABLE t (a int)\n");
     EXPECT_EQ(b[0].firstLine, 1);
@@ -86,7 +89,10 @@ TEST(OsqlScript, GoMustStandAlone)
 
 TEST(OsqlScript, Utf16AndUtf8MarksAreDecoded)
 {
-    EXPECT_EQ(decodeScript(std::string("\xFF\xFE" "G\0O\0\xE9\0", 8)), "GO\xC3\xA9");
+    EXPECT_EQ(decodeScript(std::string("\xFF\xFE"
+                                       "G\0O\0\xE9\0",
+                                       8)),
+              "GO\xC3\xA9");
     EXPECT_EQ(decodeScript(std::string("\xFE\xFF\0G\0O", 6)), "GO");
     EXPECT_EQ(decodeScript("\xEF\xBB\xBFSELECT 1"), "SELECT 1");
     EXPECT_EQ(decodeScript("SELECT 1"), "SELECT 1");
@@ -104,8 +110,8 @@ TEST(OsqlOutput, ErrorsCarryTheMsgHeading)
               "Msg 208, Level 16, State 1, Server PC1\\VELDRIN, Line 2\nInvalid object name 'nope'.\n");
     m.procedure = "start_session";
     m.server = "SRV";
-    EXPECT_EQ(formatMessage(m, true, "PC1\\VELDRIN"),
-              "Msg 208, Level 16, State 1, Server SRV, Procedure start_session, Line 2\nInvalid object name 'nope'.\n");
+    EXPECT_EQ(formatMessage(m, true, "PC1\\VELDRIN"), "Msg 208, Level 16, State 1, Server SRV, Procedure "
+                                                      "start_session, Line 2\nInvalid object name 'nope'.\n");
 }
 
 TEST(OsqlOutput, InformationalTextStandsAsIs)

@@ -13,7 +13,7 @@ ServerMessage msg(const char* state, long native, const char* text)
     m.text = text;
     return m;
 }
-}  // namespace
+} // namespace
 
 TEST(ConnectionError, UnreachableServerIsTheObjectErrorBase)
 {
@@ -54,7 +54,9 @@ TEST(ConnectionError, ContextPrefixesTheDescription)
 
 TEST(ConnectionError, DriverPrefixesAreRemoved)
 {
-    EXPECT_EQ(stripDriverPrefixes("[FreeTDS][SQL Server]Invalid object name 'x'."), "Invalid object name 'x'.");
-    EXPECT_EQ(stripDriverPrefixes("[unixODBC][Driver Manager]Data source name not found"), "Data source name not found");
+    EXPECT_EQ(stripDriverPrefixes("[FreeTDS][SQL Server]Invalid object name 'x'."),
+              "Invalid object name 'x'.");
+    EXPECT_EQ(stripDriverPrefixes("[unixODBC][Driver Manager]Data source name not found"),
+              "Data source name not found");
     EXPECT_EQ(stripDriverPrefixes("plain [text]"), "plain [text]");
 }

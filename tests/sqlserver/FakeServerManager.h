@@ -22,7 +22,7 @@ public:
         bool failCatalog = false;
     };
 
-    std::map<std::string, Server> servers;   // by connect name
+    std::map<std::string, Server> servers; // by connect name
     std::vector<sqlserver::ConnectOptions> connects;
     std::vector<std::string> networkNames;
     int disconnects = 0;
@@ -35,7 +35,8 @@ public:
         connects.push_back(options);
         auto it = servers.find(options.server);
         if (it == servers.end())
-            throw LfError(0x80040000u, "", "SQL Server \"" + options.server + "\" does not exist or access denied");
+            throw LfError(0x80040000u, "",
+                          "SQL Server \"" + options.server + "\" does not exist or access denied");
         return std::make_unique<Connection>(*this, it->second);
     }
 

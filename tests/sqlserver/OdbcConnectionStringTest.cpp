@@ -23,7 +23,7 @@ struct EnvGuard {
     const char* m_name;
     std::optional<std::string> m_old;
 };
-}  // namespace
+} // namespace
 
 TEST(OdbcConnectionString, FreeTdsTargetWithIntegratedLogin)
 {
@@ -48,7 +48,7 @@ TEST(OdbcConnectionString, IntegratedAttributesComeFromTheEnvironmentWhenSet)
     const std::string s = buildOdbcConnectionString(t);
     EXPECT_NE(s.find(";UID=wizard;PWD=secret;"), std::string::npos) << s;
     EXPECT_EQ(s.find("Trusted_Connection"), std::string::npos);
-    EXPECT_EQ(s.find("DATABASE="), std::string::npos);   // the login's default database
+    EXPECT_EQ(s.find("DATABASE="), std::string::npos); // the login's default database
 }
 
 TEST(OdbcConnectionString, SqlLoginValuesAreBracedWhenNeeded)
@@ -73,7 +73,9 @@ TEST(OdbcConnectionString, MicrosoftDriverGetsTcpServerAndOptionalEncryption)
     t.integrated = false;
     t.user = "u";
     const std::string s = buildOdbcConnectionString(t);
-    EXPECT_EQ(s.rfind("DRIVER={ODBC Driver 18 for SQL Server};SERVER=tcp:labsrv,1533;Encrypt=Optional;", 0), 0u) << s;
+    EXPECT_EQ(s.rfind("DRIVER={ODBC Driver 18 for SQL Server};SERVER=tcp:labsrv,1533;Encrypt=Optional;", 0),
+              0u)
+        << s;
 }
 
 TEST(OdbcConnectionString, DriverComesFromTheEnvironmentWhenSet)

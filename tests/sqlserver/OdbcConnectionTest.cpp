@@ -27,7 +27,7 @@ int closedPort()
     ::close(fd);
     return ntohs(a.sin_port);
 }
-}  // namespace
+} // namespace
 
 TEST(OdbcConnection, ServerThatIsNotThereIsTheObjectErrorBase)
 {
@@ -37,7 +37,8 @@ TEST(OdbcConnection, ServerThatIsNotThereIsTheObjectErrorBase)
         FAIL() << "connected to nothing";
     } catch (const LfError& e) {
         EXPECT_EQ(e.number(), kServerNotFound);
-        EXPECT_EQ(e.description().rfind("SQL Server \"" + server + "\" does not exist or access denied (", 0), 0u)
+        EXPECT_EQ(e.description().rfind("SQL Server \"" + server + "\" does not exist or access denied (", 0),
+                  0u)
             << e.description();
     }
 }

@@ -8,7 +8,8 @@ using sqlserver::parseOleDbConnectionString;
 
 TEST(OleDbConnectionString, TrustedFormGivesServerDatabaseAndIntegratedLogin)
 {
-    const auto info = parseOleDbConnectionString(SQLServerUtils::BuildTrustedConnectionString("PC1\\VELDRIN", "LFDesktop10"));
+    const auto info = parseOleDbConnectionString(
+        SQLServerUtils::BuildTrustedConnectionString("PC1\\VELDRIN", "LFDesktop10"));
     ASSERT_TRUE(info);
     EXPECT_EQ(info->server, "PC1\\VELDRIN");
     EXPECT_EQ(info->database, "LFDesktop10");
@@ -30,7 +31,8 @@ TEST(OleDbConnectionString, LoginFormKeepsUserAndPasswordButStaysIntegrated)
 
 TEST(OleDbConnectionString, EmptyPasswordAndEmptyDatabase)
 {
-    const auto info = parseOleDbConnectionString(SQLServerUtils::BuildLoginConnectionString("S", "", "sa", ""));
+    const auto info =
+        parseOleDbConnectionString(SQLServerUtils::BuildLoginConnectionString("S", "", "sa", ""));
     ASSERT_TRUE(info);
     EXPECT_EQ(info->password, "");
     EXPECT_EQ(info->user, "sa");
@@ -40,7 +42,8 @@ TEST(OleDbConnectionString, EmptyPasswordAndEmptyDatabase)
 
 TEST(OleDbConnectionString, ServerNamesAreTakenAsTheyStand)
 {
-    const auto info = parseOleDbConnectionString(SQLServerUtils::BuildTrustedConnectionString("host,1533", "db x"));
+    const auto info =
+        parseOleDbConnectionString(SQLServerUtils::BuildTrustedConnectionString("host,1533", "db x"));
     ASSERT_TRUE(info);
     EXPECT_EQ(info->server, "host,1533");
     EXPECT_EQ(info->database, "db x");
@@ -49,10 +52,12 @@ TEST(OleDbConnectionString, ServerNamesAreTakenAsTheyStand)
 TEST(OleDbConnectionString, OtherFormsAreRefused)
 {
     EXPECT_FALSE(parseOleDbConnectionString(""));
-    EXPECT_FALSE(parseOleDbConnectionString("Provider=SQLNCLI11;Integrated Security=SSPI;Persist Security Info=False;"
-                                            "Initial Catalog=a;Data Source=b"));
-    EXPECT_FALSE(parseOleDbConnectionString("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;"
-                                            "Data Source=b"));
+    EXPECT_FALSE(
+        parseOleDbConnectionString("Provider=SQLNCLI11;Integrated Security=SSPI;Persist Security Info=False;"
+                                   "Initial Catalog=a;Data Source=b"));
+    EXPECT_FALSE(
+        parseOleDbConnectionString("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;"
+                                   "Data Source=b"));
     EXPECT_FALSE(parseOleDbConnectionString("Provider=SQLOLEDB.1;Password=x;Integrated Security=SSPI;"
                                             "Persist Security Info=False;Initial Catalog=a;Data Source=b"));
     EXPECT_FALSE(parseOleDbConnectionString("Driver={FreeTDS};Server=x"));

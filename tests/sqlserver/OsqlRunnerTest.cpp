@@ -35,7 +35,7 @@ std::string read(const std::filesystem::path& p)
     return s.str();
 }
 
-}  // namespace
+} // namespace
 
 TEST(FindOsqlExecutable, SkipsScriptsOnThePathAndTakesTheProgram)
 {
@@ -62,9 +62,10 @@ TEST(RunOsqlScript, StartsOsqlWithTheCommandLinesArgumentsAndWaitsForIt)
     int turns = 0;
     RunOsqlScript(script.string(), "PC1\\VELDRIN", "sa", "", [&] { ++turns; });
     const auto log = dir.path() / "my scripts/LFOffline.log";
-    ASSERT_TRUE(std::filesystem::exists(log));   // written by the child before it ended
-    EXPECT_EQ(read(log), "-n\n-Usa\n-P\n-SPC1\\VELDRIN\n-i\n" + script.string() + "\n-o" + log.string() + "\n");
-    EXPECT_GE(turns, 1);   // the caller's window had its turns during the 300 ms wait
+    ASSERT_TRUE(std::filesystem::exists(log)); // written by the child before it ended
+    EXPECT_EQ(read(log),
+              "-n\n-Usa\n-P\n-SPC1\\VELDRIN\n-i\n" + script.string() + "\n-o" + log.string() + "\n");
+    EXPECT_GE(turns, 1); // the caller's window had its turns during the 300 ms wait
 }
 
 TEST(RunOsqlScript, TrustedRun)
@@ -73,8 +74,8 @@ TEST(RunOsqlScript, TrustedRun)
     const auto script = dir.write("LFOffline.sql", "SELECT 1\n");
     PathGuard path(FAKE_OSQL_DIR);
     RunOsqlScript(script.string(), "(local)", "", "");
-    EXPECT_EQ(read(dir.path() / "LFOffline.log"),
-              "-n\n-E\n-S(local)\n-i\n" + script.string() + "\n-o" + (dir.path() / "LFOffline.log").string() + "\n");
+    EXPECT_EQ(read(dir.path() / "LFOffline.log"), "-n\n-E\n-S(local)\n-i\n" + script.string() + "\n-o" +
+                                                      (dir.path() / "LFOffline.log").string() + "\n");
 }
 
 TEST(RunOsqlScript, NoOsqlAnywhereLeavesNoLog)

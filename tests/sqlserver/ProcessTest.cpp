@@ -34,10 +34,11 @@ TEST(Process, StartsAndWaitsForAChild)
     ASSERT_TRUE(p) << error;
     EXPECT_GT(p->id(), 0);
     int calls = 0;
-    proc::waitWithCallback(*p, [&] { ++calls; }, std::chrono::milliseconds(20));
+    proc::waitWithCallback(
+        *p, [&] { ++calls; }, std::chrono::milliseconds(20));
     EXPECT_EQ(p->exitCode(), 3);
     EXPECT_TRUE(std::filesystem::exists(marker));
-    EXPECT_GE(calls, 1);   // the window was given its turns while the child ran
+    EXPECT_GE(calls, 1); // the window was given its turns while the child ran
 }
 
 TEST(Process, ProgramIsLookedUpOnPath)

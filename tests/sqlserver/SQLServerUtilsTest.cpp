@@ -50,7 +50,8 @@ std::string instancesReg(const std::vector<std::string>& names)
         std::snprintf(buf, sizeof buf, "%02x", static_cast<unsigned char>(bytes[i]));
         hex += (i ? "," : "") + std::string(buf);
     }
-    return std::string(regtext::kHeader) + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
+    return std::string(regtext::kHeader) +
+           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
            "\"InstalledInstances\"=hex(7):" + hex + "\r\n\r\n";
 }
 
@@ -68,7 +69,7 @@ struct Machine {
     sqlserver::ScopedServerManagerOverride managerOverride;
 };
 
-}  // namespace
+} // namespace
 
 TEST(NextToken, SkipsLeadingAndRepeatedDelimitersAndNeverReturnsEmptyTokens)
 {
@@ -88,7 +89,7 @@ TEST(NextToken, RemainderIsSharedByAllCallers)
     std::string empty;
     EXPECT_EQ(NextToken(first, delim), "x");
     std::string other = "p;q";
-    EXPECT_EQ(NextToken(other, delim), "p");   // a new source replaces the shared remainder
+    EXPECT_EQ(NextToken(other, delim), "p"); // a new source replaces the shared remainder
     EXPECT_EQ(NextToken(empty, delim), "q");
     EXPECT_EQ(NextToken(empty, delim), "");
 }
@@ -129,22 +130,25 @@ TEST(InstanceNames, DefaultInstanceNameIsCaseSensitive)
 TEST(ConnectionStrings, TrustedForm)
 {
     EXPECT_EQ(BuildTrustedConnectionString("PC1\\VELDRIN", "LFDesktop10"),
-              "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=LFDesktop10;"
+              "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial "
+              "Catalog=LFDesktop10;"
               "Data Source=PC1\\VELDRIN");
 }
 
 TEST(ConnectionStrings, LoginFormKeepsIntegratedSecurity)
 {
-    EXPECT_EQ(BuildLoginConnectionString("PC1\\VELDRIN", "LFOffline9", "sa", "pw;1"),
-              "Provider=SQLOLEDB.1;Password=pw;1;User ID=sa;Integrated Security=SSPI;Persist Security Info=False;"
-              "Initial Catalog=LFOffline9;Data Source=PC1\\VELDRIN");
+    EXPECT_EQ(
+        BuildLoginConnectionString("PC1\\VELDRIN", "LFOffline9", "sa", "pw;1"),
+        "Provider=SQLOLEDB.1;Password=pw;1;User ID=sa;Integrated Security=SSPI;Persist Security Info=False;"
+        "Initial Catalog=LFOffline9;Data Source=PC1\\VELDRIN");
 }
 
 TEST(ConnectionStrings, LoginFormWithEmptyPasswordStillCarriesThePasswordKey)
 {
     const std::string s = BuildLoginConnectionString("(local)", "LFOffline9", "sa", "");
-    EXPECT_EQ(s, "Provider=SQLOLEDB.1;Password=;User ID=sa;Integrated Security=SSPI;Persist Security Info=False;"
-                 "Initial Catalog=LFOffline9;Data Source=(local)");
+    EXPECT_EQ(s,
+              "Provider=SQLOLEDB.1;Password=;User ID=sa;Integrated Security=SSPI;Persist Security Info=False;"
+              "Initial Catalog=LFOffline9;Data Source=(local)");
     EXPECT_NE(s.find("Password=;User ID="), std::string::npos);
 }
 
@@ -152,7 +156,7 @@ TEST(Osql, LogNameIsThePathUpToItsLastDotPlusLog)
 {
     EXPECT_EQ(OsqlLogPath("/opt/labfolio/LFOffline.sql"), "/opt/labfolio/LFOffline.log");
     EXPECT_EQ(OsqlLogPath("C:\\a.b\\LFOffline.v2.sql"), "C:\\a.b\\LFOffline.v2.log");
-    EXPECT_EQ(OsqlLogPath("C:\\a.b\\script"), "C:\\a.log");   // the last "." wherever it is
+    EXPECT_EQ(OsqlLogPath("C:\\a.b\\script"), "C:\\a.log"); // the last "." wherever it is
     EXPECT_EQ(OsqlLogPath("script"), "");
 }
 
@@ -197,7 +201,9 @@ TEST(Osql, PathWithoutDotEndsQuietlyWithoutRunningTheTool)
     EXPECT_NO_THROW(RunOsqlScript(script.string(), "(local)", "", "", [&] { ++waits; }));
     EXPECT_EQ(waits, 0);
     // Nothing was written beside the script.
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), std::filesystem::directory_iterator()), 1);
+    EXPECT_EQ(
+        std::distance(std::filesystem::directory_iterator(dir.path()), std::filesystem::directory_iterator()),
+        1);
 }
 
 TEST(DatabaseExists, ComparesNamesWithoutRegardToCase)
@@ -225,7 +231,7 @@ TEST(FindLocalServerWithDatabase, ProbesEmptyNameForDefaultAndComputerBackslashI
         EXPECT_EQ(c.loginTimeoutSeconds, 10);
         EXPECT_EQ(c.user, "");
     }
-    EXPECT_EQ(m.manager->open, 0);   // every probe disconnected
+    EXPECT_EQ(m.manager->open, 0); // every probe disconnected
 }
 
 TEST(FindLocalServerWithDatabase, DefaultInstanceIsDisplayedAsLocal)
@@ -234,7 +240,7 @@ TEST(FindLocalServerWithDatabase, DefaultInstanceIsDisplayedAsLocal)
     m.manager->servers[""].databases = {{"LFDesktop10", true}};
     m.manager->servers["PC1\\VELDRIN"] = {};
     EXPECT_EQ(FindLocalServerWithDatabase("LFDesktop10"), "(local)");
-    EXPECT_EQ(m.manager->connects.size(), 1u);   // stops at the first instance that holds it
+    EXPECT_EQ(m.manager->connects.size(), 1u); // stops at the first instance that holds it
 }
 
 TEST(FindLocalServerWithDatabase, DatabaseOnTheSecondOfTwoAnsweringInstances)
@@ -327,7 +333,8 @@ TEST(IsLocalServer, FailureIsRaisedAgainWithItsOwnSourceAndPrefix)
     } catch (const LfError& e) {
         EXPECT_EQ(e.number(), 0x80040000u);
         EXPECT_EQ(e.source(), "DBMigrateProgressCtl.IsLocalServer");
-        EXPECT_EQ(e.description(), "while testing whether the server \"NOWHERE\" is a local server, SQL Server "
-                                   "\"NOWHERE\" does not exist or access denied");
+        EXPECT_EQ(e.description(),
+                  "while testing whether the server \"NOWHERE\" is a local server, SQL Server "
+                  "\"NOWHERE\" does not exist or access denied");
     }
 }

@@ -7,10 +7,11 @@ using namespace sqlserver;
 
 TEST(ServerStatements, FullBackupWithSetNameDescriptionAndTenthNotifications)
 {
-    BackupSpec b{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", "C:\\Data\\LFDesktop.BAK"};
-    EXPECT_EQ(backupStatement(b),
-              "BACKUP DATABASE [LFDesktop10] TO DISK = N'C:\\Data\\LFDesktop.BAK' WITH INIT, NAME = N'LFDesktop10_Full', "
-              "DESCRIPTION = N'Full backup of LFDesktop10 database', STATS = 10");
+    BackupSpec b{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database",
+                 "C:\\Data\\LFDesktop.BAK"};
+    EXPECT_EQ(backupStatement(b), "BACKUP DATABASE [LFDesktop10] TO DISK = N'C:\\Data\\LFDesktop.BAK' WITH "
+                                  "INIT, NAME = N'LFDesktop10_Full', "
+                                  "DESCRIPTION = N'Full backup of LFDesktop10 database', STATS = 10");
     b.checksum = true;
     EXPECT_NE(backupStatement(b).find(", CHECKSUM, STATS = 10"), std::string::npos);
 }

@@ -111,10 +111,11 @@ private:
 };
 
 const char* kTwoInstances =
-    "ServerName;LABSRV;InstanceName;MSSQLSERVER;IsClustered;No;Version;9.00.5000.00;tcp;1433;np;\\\\LABSRV\\pipe\\sql\\query;;"
+    "ServerName;LABSRV;InstanceName;MSSQLSERVER;IsClustered;No;Version;9.00.5000.00;tcp;1433;np;"
+    "\\\\LABSRV\\pipe\\sql\\query;;"
     "ServerName;LABSRV;InstanceName;VELDRIN;IsClustered;No;Version;9.00.5000.00;tcp;40123;;";
 
-}  // namespace
+} // namespace
 
 TEST(Ssrp, RequestsAreTheProtocolsBytes)
 {
@@ -141,7 +142,8 @@ TEST(Ssrp, MalformedResponsesGiveNothing)
     EXPECT_TRUE(ssrp::parseResponse("").empty());
     EXPECT_TRUE(ssrp::parseResponse(std::string("\x06\x01\x00x", 4)).empty());
     EXPECT_TRUE(ssrp::parseResponse(response("ServerName;X;;")).empty());
-    const auto noTcp = ssrp::parseResponse(response("ServerName;X;InstanceName;I;IsClustered;No;np;\\\\X\\pipe;;"));
+    const auto noTcp =
+        ssrp::parseResponse(response("ServerName;X;InstanceName;I;IsClustered;No;np;\\\\X\\pipe;;"));
     ASSERT_EQ(noTcp.size(), 1u);
     EXPECT_FALSE(noTcp[0].tcpPort);
 }
@@ -204,7 +206,7 @@ TEST(ResolveServer, UnknownNamedInstanceIsAServerThatDoesNotExist)
 
 TEST(ResolveServer, DefaultInstanceWithoutBrowserFallsBackTo1433)
 {
-    FakeBrowser browser("");   // answers nothing
+    FakeBrowser browser(""); // answers nothing
     const auto e = sqlserver::resolveServer(".");
     EXPECT_EQ(e.port, 1433);
 }

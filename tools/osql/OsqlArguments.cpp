@@ -76,4 +76,4 @@ std::string usage()
            "            {-i input_file | -Q \"query\"} [-o output_file]\n";
 }
 
-}  // namespace osql
+} // namespace osql

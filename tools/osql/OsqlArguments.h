@@ -11,16 +11,16 @@ namespace osql {
 // missing (the next argument is another switch) has an empty value ("-P -S..." is an empty
 // password).
 struct Arguments {
-    bool noNumbering = false;   // -n
-    bool trusted = false;       // -E
-    std::string user;           // -U
-    std::string password;       // -P
+    bool noNumbering = false; // -n
+    bool trusted = false;     // -E
+    std::string user;         // -U
+    std::string password;     // -P
     bool passwordGiven = false;
-    std::string server;         // -S ("" is this computer's default instance)
-    std::string database;       // -d
-    std::string inputFile;      // -i
-    std::string outputFile;     // -o
-    std::string query;          // -Q: one batch given on the command line
+    std::string server;     // -S ("" is this computer's default instance)
+    std::string database;   // -d
+    std::string inputFile;  // -i
+    std::string outputFile; // -o
+    std::string query;      // -Q: one batch given on the command line
 };
 
 // The arguments, or an explanation of what is wrong with them.
@@ -28,4 +28,4 @@ std::optional<Arguments> parseArguments(const std::vector<std::string>& args, st
 
 std::string usage();
 
-}  // namespace osql
+} // namespace osql

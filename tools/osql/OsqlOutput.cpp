@@ -18,7 +18,7 @@ std::string shown(const sqlserver::Value& v)
     return v.isNull() ? "NULL" : v.toText();
 }
 
-}  // namespace
+} // namespace
 
 std::string formatMessage(const sqlserver::ServerMessage& m, bool isError, const std::string& serverName)
 {
@@ -27,15 +27,17 @@ std::string formatMessage(const sqlserver::ServerMessage& m, bool isError, const
     // FreeTDS does not pass the state on; most server errors carry state 1, which keeps the
     // heading in the shape that readers of osql logs know.
     const int state = m.state > 0 ? m.state : 1;
-    std::string head = "Msg " + std::to_string(m.number) + ", Level " + std::to_string(m.severity) + ", State " +
-                       std::to_string(state) + ", Server " + (m.server.empty() ? serverName : m.server);
+    std::string head = "Msg " + std::to_string(m.number) + ", Level " + std::to_string(m.severity) +
+                       ", State " + std::to_string(state) + ", Server " +
+                       (m.server.empty() ? serverName : m.server);
     if (!m.procedure.empty())
         head += ", Procedure " + m.procedure;
     head += ", Line " + std::to_string(m.line);
     return head + "\n" + m.text + "\n";
 }
 
-std::string formatTable(const std::vector<std::string>& names, const std::vector<std::vector<sqlserver::Value>>& rows)
+std::string formatTable(const std::vector<std::string>& names,
+                        const std::vector<std::vector<sqlserver::Value>>& rows)
 {
     std::vector<size_t> widths;
     for (const auto& n : names)
@@ -97,4 +99,4 @@ void OutputWriter::message(const sqlserver::ServerMessage& m, bool isError)
     m_out.flush();
 }
 
-}  // namespace osql
+} // namespace osql

@@ -14,7 +14,8 @@ std::string formatMessage(const sqlserver::ServerMessage& m, bool isError, const
 
 // A result set as a plain table: a blank-led column per field, as wide as its widest value,
 // a line of dashes under the names, then "(N rows affected)".
-std::string formatTable(const std::vector<std::string>& names, const std::vector<std::vector<sqlserver::Value>>& rows);
+std::string formatTable(const std::vector<std::string>& names,
+                        const std::vector<std::vector<sqlserver::Value>>& rows);
 
 // "(1 row affected)" / "(N rows affected)".
 std::string rowsAffected(long count);
@@ -37,4 +38,4 @@ private:
     std::vector<std::vector<sqlserver::Value>> m_rows;
 };
 
-}  // namespace osql
+} // namespace osql

@@ -34,7 +34,7 @@ std::string trim(const std::string& s)
     return s.substr(b, e - b);
 }
 
-}  // namespace
+} // namespace
 
 std::string decodeScript(const std::string& bytes)
 {
@@ -95,10 +95,10 @@ std::vector<Batch> splitBatches(const std::string& script)
             break;
         pos = end + 1;
         if (pos == script.size())
-            break;   // a final line break ends the last line, it does not start another
+            break; // a final line break ends the last line, it does not start another
     }
     flush(lineNo + 1);
     return batches;
 }
 
-}  // namespace osql
+} // namespace osql

@@ -19,4 +19,4 @@ struct Batch {
 // batches with nothing but blanks are left out.
 std::vector<Batch> splitBatches(const std::string& script);
 
-}  // namespace osql
+} // namespace osql

@@ -64,7 +64,7 @@ private:
         if (r == 0)
             return false;
         if (r < 0) {
-            m_exitCode = 255;   // not our child any more: nothing left to wait for
+            m_exitCode = 255; // not our child any more: nothing left to wait for
             return true;
         }
         if (WIFEXITED(status))
@@ -80,7 +80,7 @@ private:
     int m_exitCode = -1;
 };
 
-}  // namespace
+} // namespace
 
 std::string ownExecutableFolder()
 {
@@ -119,4 +119,4 @@ std::unique_ptr<Process> start(const std::string& program, const std::vector<std
     return std::make_unique<PosixProcess>(pid);
 }
 
-}  // namespace proc
+} // namespace proc

@@ -63,7 +63,7 @@ private:
     int m_exitCode = -1;
 };
 
-}  // namespace
+} // namespace
 
 std::string ownExecutableFolder()
 {
@@ -98,4 +98,4 @@ std::unique_ptr<Process> start(const std::string& program, const std::vector<std
     return std::make_unique<WinProcess>(pi.hProcess, pi.dwProcessId);
 }
 
-}  // namespace proc
+} // namespace proc
