@@ -49,25 +49,25 @@ private:
 
 } // namespace
 
-std::string backupStatement(const BackupSpec& spec)
+std::string backupStatement(const BackupSpec& request)
 {
     // STATS = 10: a notification for every tenth, as the wizard's progress bar expects.
-    std::string sql = "BACKUP DATABASE " + quoteIdentifier(spec.database) +
-                      " TO DISK = " + quoteText(spec.file) + " WITH INIT, NAME = " + quoteText(spec.setName) +
-                      ", DESCRIPTION = " + quoteText(spec.setDescription);
-    if (spec.checksum)
+    std::string sql = "BACKUP DATABASE " + quoteIdentifier(request.database) +
+                      " TO DISK = " + quoteText(request.file) + " WITH INIT, NAME = " + quoteText(request.setName) +
+                      ", DESCRIPTION = " + quoteText(request.setDescription);
+    if (request.checksum)
         sql += ", CHECKSUM";
     sql += ", STATS = 10";
     return sql;
 }
 
-std::string restoreStatement(const RestoreSpec& spec)
+std::string restoreStatement(const RestoreSpec& request)
 {
-    std::string sql = "RESTORE DATABASE " + quoteIdentifier(spec.database) +
-                      " FROM DISK = " + quoteText(spec.file) + " WITH ";
-    for (const auto& r : spec.relocations)
+    std::string sql = "RESTORE DATABASE " + quoteIdentifier(request.database) +
+                      " FROM DISK = " + quoteText(request.file) + " WITH ";
+    for (const auto& r : request.relocations)
         sql += "MOVE " + quoteText(r.logicalName) + " TO " + quoteText(r.physicalPath) + ", ";
-    if (spec.replace)
+    if (request.replace)
         sql += "REPLACE, ";
     sql += "STATS = 10";
     return sql;
@@ -217,12 +217,12 @@ void OdbcServerConnection::runWithProgress(const std::string& sql, OperationCont
     c.runBatch(sql, visitor, false, [&control] { return control.AbortRequested(); });
 }
 
-void OdbcServerConnection::Backup(const BackupSpec& spec, OperationControl& control)
+void OdbcServerConnection::Backup(const BackupSpec& request, OperationControl& control)
 {
-    runWithProgress(backupStatement(spec), control);
-    if (spec.verify) {
-        std::string verify = "RESTORE VERIFYONLY FROM DISK = " + quoteText(spec.file);
-        if (spec.checksum)
+    runWithProgress(backupStatement(request), control);
+    if (request.verify) {
+        std::string verify = "RESTORE VERIFYONLY FROM DISK = " + quoteText(request.file);
+        if (request.checksum)
             verify += " WITH CHECKSUM";
         BatchVisitor ignore;
         connection().runBatch(verify, ignore);
@@ -254,9 +254,9 @@ std::vector<BackupFileInfo> OdbcServerConnection::ReadBackupFileList(const std::
     return std::move(list.files);
 }
 
-void OdbcServerConnection::Restore(const RestoreSpec& spec, OperationControl& control)
+void OdbcServerConnection::Restore(const RestoreSpec& request, OperationControl& control)
 {
-    runWithProgress(restoreStatement(spec), control);
+    runWithProgress(restoreStatement(request), control);
 }
 
 void OdbcServerConnection::RemoveDatabase(const std::string& name)

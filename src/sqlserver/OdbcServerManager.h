@@ -28,9 +28,9 @@ public:
     std::vector<DatabaseInfo> Databases() override;
     std::vector<LoginInfo> Logins() override;
     std::string MasterDataFolder() override;
-    void Backup(const BackupSpec& spec, OperationControl& control) override;
+    void Backup(const BackupSpec& request, OperationControl& control) override;
     std::vector<BackupFileInfo> ReadBackupFileList(const std::string& file) override;
-    void Restore(const RestoreSpec& spec, OperationControl& control) override;
+    void Restore(const RestoreSpec& request, OperationControl& control) override;
     void RemoveDatabase(const std::string& name) override;
     void RemoveLogin(const std::string& name) override;
     void DisConnect() override;
@@ -43,8 +43,8 @@ private:
 };
 
 // The backup statements the model sends, kept apart so that their text can be checked.
-std::string backupStatement(const BackupSpec& spec);
-std::string restoreStatement(const RestoreSpec& spec);
+std::string backupStatement(const BackupSpec& request);
+std::string restoreStatement(const RestoreSpec& request);
 // "N percent processed." gives N; -1 for any other message.
 int percentOf(const std::string& message);
 // The folder of a file path, with its final separator ("\" or "/"), "" when there is none.

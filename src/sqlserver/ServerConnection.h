@@ -77,11 +77,11 @@ public:
 
     // Full backup; blocks until the server is done. Progress and abort through control; an
     // aborted backup raises the server's error and leaves no complete-looking backup set.
-    virtual void Backup(const BackupSpec& spec, OperationControl& control) = 0;
+    virtual void Backup(const BackupSpec& request, OperationControl& control) = 0;
     // The logical and physical files recorded in a backup file.
     virtual std::vector<BackupFileInfo> ReadBackupFileList(const std::string& file) = 0;
     // Database restore; blocks until the server is done; progress and abort as for Backup.
-    virtual void Restore(const RestoreSpec& spec, OperationControl& control) = 0;
+    virtual void Restore(const RestoreSpec& request, OperationControl& control) = 0;
 
     // Drops the database.
     virtual void RemoveDatabase(const std::string& name) = 0;

@@ -1,28 +1,12 @@
 #include "OsqlScript.h"
 
+#include "TextEncoding.h"
+
 #include <cctype>
+#include <utility>
 
 namespace osql {
 namespace {
-
-void appendUtf8(std::string& out, uint32_t cp)
-{
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
 
 std::string trim(const std::string& s)
 {
@@ -44,24 +28,12 @@ std::string decodeScript(const std::string& bytes)
     const bool be = bytes.size() >= 2 && bytes[0] == '\xFE' && bytes[1] == '\xFF';
     if (!le && !be)
         return bytes;
-    std::string out;
-    auto unit = [&](size_t i) -> uint32_t {
-        const auto a = static_cast<unsigned char>(bytes[i]);
-        const auto b = static_cast<unsigned char>(bytes[i + 1]);
-        return le ? (a | (b << 8)) : ((a << 8) | b);
-    };
-    for (size_t i = 2; i + 1 < bytes.size(); i += 2) {
-        uint32_t cp = unit(i);
-        if (cp >= 0xD800 && cp < 0xDC00 && i + 3 < bytes.size()) {
-            const uint32_t lo = unit(i + 2);
-            if (lo >= 0xDC00 && lo < 0xE000) {
-                cp = 0x10000 + ((cp - 0xD800) << 10) + (lo - 0xDC00);
-                i += 2;
-            }
-        }
-        appendUtf8(out, cp);
-    }
-    return out;
+    // Big-endian scripts are turned round into the little-endian order the decoder reads.
+    std::string units = bytes.substr(2);
+    if (be)
+        for (size_t i = 0; i + 1 < units.size(); i += 2)
+            std::swap(units[i], units[i + 1]);
+    return text::Utf16leToUtf8(units);
 }
 
 std::vector<Batch> splitBatches(const std::string& script)

@@ -172,13 +172,13 @@ Options parse(int argc, char** argv)
                 throw SeedError("--user wants DOMAIN\\name, not '" + u + "'");
             o.users.emplace_back(u, admin);
         } else if (a == "--login") {
-            const std::string spec = value(i);
+            const std::string argument = value(i);
             Options::Login l;
-            const auto first = spec.find(':');
+            const auto first = argument.find(':');
             if (first == std::string::npos || first == 0)
-                throw SeedError("--login wants name:password[:sysadmin|dbcreator], not '" + spec + "'");
-            l.name = spec.substr(0, first);
-            l.password = spec.substr(first + 1);
+                throw SeedError("--login wants name:password[:sysadmin|dbcreator], not '" + argument + "'");
+            l.name = argument.substr(0, first);
+            l.password = argument.substr(first + 1);
             const auto second = l.password.rfind(':');
             if (second != std::string::npos) {
                 const std::string role = l.password.substr(second + 1);

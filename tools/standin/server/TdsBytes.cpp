@@ -1,5 +1,7 @@
 #include "TdsBytes.h"
 
+#include "TextEncoding.h"
+
 #include <cerrno>
 #include <cstring>
 #include <iconv.h>
@@ -200,25 +202,6 @@ char32_t nextCodePoint(std::string_view s, size_t& i)
     return 0xFFFD;
 }
 
-void appendUtf8(std::string& out, char32_t cp)
-{
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
 std::string convert(const char* to, const char* from, std::string_view in, char replacement)
 {
     iconv_t cd = iconv_open(to, from);
@@ -295,24 +278,7 @@ size_t utf16Units(std::string_view utf8)
 
 std::string utf16leToUtf8(const uint8_t* data, size_t bytes)
 {
-    std::string out;
-    out.reserve(bytes / 2);
-    const size_t units = bytes / 2;
-    for (size_t i = 0; i < units; ++i) {
-        char32_t u = data[2 * i] | (data[2 * i + 1] << 8);
-        if (u >= 0xD800 && u <= 0xDBFF && i + 1 < units) {
-            char32_t lo = data[2 * i + 2] | (data[2 * i + 3] << 8);
-            if (lo >= 0xDC00 && lo <= 0xDFFF) {
-                appendUtf8(out, 0x10000 + ((u - 0xD800) << 10) + (lo - 0xDC00));
-                ++i;
-                continue;
-            }
-        }
-        if (u >= 0xD800 && u <= 0xDFFF)
-            u = 0xFFFD;
-        appendUtf8(out, u);
-    }
-    return out;
+    return text::Utf16leToUtf8(std::string(reinterpret_cast<const char*>(data), bytes));
 }
 
 std::string utf8ToCp1252(std::string_view utf8)
