@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ScopedEnv.h"
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -17,29 +18,6 @@
 inline constexpr const char* kWizardLogin = "wizard";
 inline constexpr const char* kWizardPassword = "Wizard-pw1";
 
-// Sets an environment variable for one test and puts the old value back.
-class EnvVar {
-public:
-    EnvVar(const char* name, const std::string& value) : m_name(name)
-    {
-        if (const char* v = std::getenv(name))
-            m_old = v;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~EnvVar()
-    {
-        if (m_old)
-            ::setenv(m_name, m_old->c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
-    EnvVar(const EnvVar&) = delete;
-    EnvVar& operator=(const EnvVar&) = delete;
-
-private:
-    const char* m_name;
-    std::optional<std::string> m_old;
-};
 
 // This machine's name as FreeTDS reports it to the server (the client workstation name).
 inline std::string clientHostName()
@@ -88,8 +66,8 @@ public:
     }
 
     StandinServer server;
-    EnvVar browserPort;
-    EnvVar integrated;
+    ScopedEnv browserPort;
+    ScopedEnv integrated;
     std::shared_ptr<FakeSystemInfo> system;
     sys::ScopedSystemOverride systemOverride;
 

@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    EnvVar m_path;
+    ScopedEnv m_path;
 };
 
 } // namespace

@@ -223,15 +223,15 @@ TEST(FindLocalServerWithDatabase, ProbesEmptyNameForDefaultAndComputerBackslashI
     m.manager->servers[""] = {};
     m.manager->servers["PC1\\VELDRIN"] = {};
     EXPECT_EQ(FindLocalServerWithDatabase("nothing"), "PC1\\VELDRIN");
-    ASSERT_EQ(m.manager->connects.size(), 2u);
-    EXPECT_EQ(m.manager->connects[0].server, "");
-    EXPECT_EQ(m.manager->connects[1].server, "PC1\\VELDRIN");
-    for (const auto& c : m.manager->connects) {
+    ASSERT_EQ(m.manager->connects().size(), 2u);
+    EXPECT_EQ(m.manager->connects()[0].server, "");
+    EXPECT_EQ(m.manager->connects()[1].server, "PC1\\VELDRIN");
+    for (const auto& c : m.manager->connects()) {
         EXPECT_TRUE(c.loginSecure);
         EXPECT_EQ(c.loginTimeoutSeconds, 10);
         EXPECT_EQ(c.user, "");
     }
-    EXPECT_EQ(m.manager->open, 0); // every probe disconnected
+    EXPECT_EQ(m.manager->liveConnections(), 0); // every probe disconnected
 }
 
 TEST(FindLocalServerWithDatabase, DefaultInstanceIsDisplayedAsLocal)
@@ -240,7 +240,7 @@ TEST(FindLocalServerWithDatabase, DefaultInstanceIsDisplayedAsLocal)
     m.manager->servers[""].databases = {{"LFDesktop10", true}};
     m.manager->servers["PC1\\VELDRIN"] = {};
     EXPECT_EQ(FindLocalServerWithDatabase("LFDesktop10"), "(local)");
-    EXPECT_EQ(m.manager->connects.size(), 1u); // stops at the first instance that holds it
+    EXPECT_EQ(m.manager->connects().size(), 1u); // stops at the first instance that holds it
 }
 
 TEST(FindLocalServerWithDatabase, DatabaseOnTheSecondOfTwoAnsweringInstances)
@@ -257,7 +257,7 @@ TEST(FindLocalServerWithDatabase, AbsentFromAllGivesTheLastAnsweringInstance)
     m.manager->servers["PC1\\VELDRIN"] = {};
     m.manager->servers["PC1\\OTHER"] = {};
     EXPECT_EQ(FindLocalServerWithDatabase("LFOffline9"), "PC1\\OTHER");
-    EXPECT_EQ(m.manager->connects.size(), 3u);
+    EXPECT_EQ(m.manager->connects().size(), 3u);
 }
 
 TEST(FindLocalServerWithDatabase, EmptyNameGivesTheLastAnsweringInstance)
@@ -272,15 +272,15 @@ TEST(FindLocalServerWithDatabase, LowerCaseMssqlserverIsANamedInstance)
     Machine m({"mssqlserver"});
     m.manager->servers["PC1\\mssqlserver"] = {};
     EXPECT_EQ(FindLocalServerWithDatabase("x"), "PC1\\mssqlserver");
-    EXPECT_EQ(m.manager->connects.at(0).server, "PC1\\mssqlserver");
+    EXPECT_EQ(m.manager->connects().at(0).server, "PC1\\mssqlserver");
 }
 
 TEST(FindLocalServerWithDatabase, AnInstanceWhoseCatalogFailsStillCountsAsAnswering)
 {
     Machine m({"VELDRIN"});
-    m.manager->servers["PC1\\VELDRIN"].failCatalog = true;
+    m.manager->servers["PC1\\VELDRIN"].databasesError = LfError(0x80040000u + 229, "", "the SELECT permission was denied");
     EXPECT_EQ(FindLocalServerWithDatabase("x"), "PC1\\VELDRIN");
-    EXPECT_EQ(m.manager->open, 0);
+    EXPECT_EQ(m.manager->liveConnections(), 0);
 }
 
 TEST(FindLocalServerWithDatabase, NoAnsweringInstanceRaisesTheNoInstancesError)
@@ -300,27 +300,27 @@ TEST(FindLocalServerWithDatabase, NoInstanceListRaisesTheNoInstancesError)
 {
     Machine m({});
     EXPECT_THROW(FindLocalServerWithDatabase("x"), LfError);
-    EXPECT_TRUE(m.manager->connects.empty());
+    EXPECT_TRUE(m.manager->connects().empty());
 }
 
 TEST(IsLocalServer, TrueWhenWorkstationEqualsTheServersMachineName)
 {
     Machine m({});
-    m.manager->servers["SRV"].workstation = "PC1";
+    m.manager->servers["SRV"].workstationName = "PC1";
     m.manager->servers["SRV"].netName = "PC1";
     EXPECT_TRUE(IsLocalServer("SRV"));
-    EXPECT_TRUE(m.manager->connects.at(0).loginSecure);
-    EXPECT_EQ(m.manager->connects.at(0).loginTimeoutSeconds, 0);
-    EXPECT_EQ(m.manager->open, 0);
+    EXPECT_TRUE(m.manager->connects().at(0).loginSecure);
+    EXPECT_EQ(m.manager->connects().at(0).loginTimeoutSeconds, 0);
+    EXPECT_EQ(m.manager->liveConnections(), 0);
 }
 
 TEST(IsLocalServer, ComparisonIsCaseSensitive)
 {
     Machine m({});
-    m.manager->servers["SRV"].workstation = "pc1";
+    m.manager->servers["SRV"].workstationName = "pc1";
     m.manager->servers["SRV"].netName = "PC1";
     EXPECT_FALSE(IsLocalServer("SRV"));
-    m.manager->servers["SRV"].workstation = "PC2";
+    m.manager->servers["SRV"].workstationName = "PC2";
     EXPECT_FALSE(IsLocalServer("SRV"));
 }
 

@@ -401,11 +401,11 @@ TEST_F(ServerPageTest, ServerNameRaisesWhenTheLocalInstanceCannotBeReached)
         page->ServerName();
         FAIL() << "no error raised";
     } catch (const LfError& e) {
-        EXPECT_EQ(e.number(), 0x80004005u);
+        EXPECT_EQ(e.number(), 0x80040000u);
         EXPECT_EQ(e.source(), "SQLServerCtl.errSource");
         EXPECT_EQ(e.description(),
                   "while getting the name of the local server instance, "
-                  "[DBNETLIB][ConnectionOpen (Connect()).]SQL Server does not exist or access denied.");
+                  "SQL Server \"\" does not exist or access denied");
     }
 }
 

@@ -1,6 +1,7 @@
 // The server and database pages and the MSDE dialog through the real ODBC layer, against the
 // SQL Server stand-in: its resolution protocol answers the network list, its instances answer
 // the logins.
+#include "ScopedEnv.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
 #include "frmUserInfo.h"
@@ -24,27 +25,6 @@
 
 namespace {
 
-// Sets an environment variable for a scope and puts the old value back.
-class EnvOverride {
-public:
-    EnvOverride(const char* name, const std::string& value) : m_name(name)
-    {
-        if (const char* old = std::getenv(name))
-            m_old = old;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~EnvOverride()
-    {
-        if (m_old)
-            ::setenv(m_name, m_old->c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    std::optional<std::string> m_old;
-};
 
 QStringList itemsOf(const QComboBox* box)
 {
@@ -89,8 +69,8 @@ public:
     RegistryFixture registry{regtext::kHeader};
     sys::ScopedSystemOverride systemOverride{system};
     StandinServer server;
-    EnvOverride browserPort{"LABFOLIO_SQLBROWSER_PORT", std::to_string(server.resolutionPort())};
-    EnvOverride windowsLogin{"LABFOLIO_ODBC_INTEGRATED", "UID=wizard;PWD=" + kWizardPassword};
+    ScopedEnv browserPort{"LABFOLIO_SQLBROWSER_PORT", std::to_string(server.resolutionPort())};
+    ScopedEnv windowsLogin{"LABFOLIO_ODBC_INTEGRATED", "UID=wizard;PWD=" + kWizardPassword};
 };
 
 TEST(ServerPagesE2E, AProbingScanListsOnlyTheInstanceWhereTheWindowsLoginMayCreateDatabases)

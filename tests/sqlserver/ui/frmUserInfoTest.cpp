@@ -129,8 +129,7 @@ TEST_F(MsdeDialogTest, AnUnknownServerIsReportedLikeABadLogin)
     clickOk();
     EXPECT_TRUE(dialog.isVisible());
     ASSERT_EQ(prompter.shown().size(), 1u);
-    EXPECT_EQ(prompter.shown()[0].text,
-              "[DBNETLIB][ConnectionOpen (Connect()).]SQL Server does not exist or access denied.");
+    EXPECT_EQ(prompter.shown()[0].text, "SQL Server \"PC9\\NOWHERE\" does not exist or access denied");
     EXPECT_FALSE(dialog.OK());
 }
 

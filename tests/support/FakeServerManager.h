@@ -20,6 +20,8 @@ class FakeServerManager : public sqlserver::ServerManager {
 public:
     struct Server {
         std::string reportedName; // Name()
+        std::string workstationName = "PC1";   // WorkstationName(): this client as the server sees it
+        std::string netName = "PC1";           // NetName(): the machine the server runs on
         bool canCreateDatabases = false;
         std::vector<sqlserver::DatabaseInfo> databases;
         std::vector<sqlserver::LoginInfo> logins;
@@ -77,6 +79,7 @@ public:
     }
     int connectsRunning() const { return m_running; }
     int liveConnections() const { return m_live; }
+    int disconnects() const { return m_disconnects; }
 
 private:
     friend class FakeServerConnection;
@@ -87,6 +90,7 @@ private:
     size_t m_listCalls = 0;
     std::atomic<int> m_running{0};
     std::atomic<int> m_live{0};
+    std::atomic<int> m_disconnects{0};
 };
 
 class FakeServerConnection : public sqlserver::ServerConnection {
@@ -99,8 +103,8 @@ public:
     ~FakeServerConnection() override { DisConnect(); }
 
     std::string Name() override { return m_server.reportedName; }
-    std::string WorkstationName() override { return unsupported("WorkstationName"); }
-    std::string NetName() override { return unsupported("NetName"); }
+    std::string WorkstationName() override { return m_server.workstationName; }
+    std::string NetName() override { return m_server.netName; }
     bool CanCreateDatabases() override { return m_server.canCreateDatabases; }
     std::vector<sqlserver::DatabaseInfo> Databases() override
     {
@@ -130,6 +134,7 @@ public:
         if (m_connected) {
             m_connected = false;
             --m_manager.m_live;
+            ++m_manager.m_disconnects;
         }
     }
 
@@ -160,8 +165,8 @@ FakeServerManager::Connect(const sqlserver::ConnectOptions& options)
     m_connects.push_back(options);
     const auto found = servers.find(options.server);
     if (found == servers.end())
-        throw LfError(0x80004005u, "",
-                      "[DBNETLIB][ConnectionOpen (Connect()).]SQL Server does not exist or access denied.");
+        throw LfError(LfError::kObjectErrorBase, "",
+                      "SQL Server \"" + options.server + "\" does not exist or access denied");
     const Server server = found->second;
     if (server.connectDelay.count() > 0)
         m_gate.wait_for(lock, server.connectDelay, [this] { return m_gateOpen; });
