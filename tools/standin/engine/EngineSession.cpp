@@ -408,6 +408,11 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
             streamRows(st, s, sink);
             return;
         }
+        if (i == 1 && s.curCmd == 0xC2) { // SELECT ... INTO: the rows of the new table
+            st.step();
+            changes = static_cast<uint64_t>(st.integer(0));
+            continue;
+        }
         // Two autocommit writers on one file can each hold a read lock and want the write
         // lock; SQLite then refuses one of them at once instead of waiting. The refused
         // statement has changed nothing, so it is simply run again.
@@ -426,7 +431,7 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
         if (i == 0)
             changes = static_cast<uint64_t>(sqlite3_changes(m_db.get()));
     }
-    const bool dml = s.curCmd == 0xC3 || s.curCmd == 0xC4 || s.curCmd == 0xC5;
+    const bool dml = s.curCmd == 0xC2 || s.curCmd == 0xC3 || s.curCmd == 0xC4 || s.curCmd == 0xC5;
     m_rowCount = dml ? static_cast<int64_t>(changes) : 0;
     done(sink, s.curCmd, dml, dml ? changes : 0);
 }

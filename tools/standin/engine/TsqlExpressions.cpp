@@ -547,8 +547,13 @@ std::string Parser::selectCore(Stmt* top, std::string& limit)
     sql += items;
     if (top && assigns && top->targets.size() == 0)
         syntaxError();
-    if (peek().is("INTO"))
-        throw unsupported("SELECT ... INTO");
+    if (peek().is("INTO")) {
+        if (!top || assigns)
+            syntaxError();
+        ++m_pos;
+        m_selectInto = objectName();
+        touch("CREATE TABLE", *m_selectInto);
+    }
     if (accept("FROM"))
         sql += " FROM " + tableSources();
     if (accept("WHERE"))

@@ -55,6 +55,12 @@ private:
     size_t m_pos = 0;
     std::vector<Stmt> m_out;
     std::map<std::string, ColumnInfo> m_varTypes;
+    struct Loop {
+        size_t start;               // the WHILE's test
+        std::vector<size_t> breaks; // jumps to patch with the loop's end
+    };
+    std::vector<Loop> m_loops;
+    std::optional<ObjectName> m_selectInto; // SELECT ... INTO's new table
 
     // Tokens and names (TsqlParser.cpp)
     const Token& next() { return m_t[m_pos < m_t.size() - 1 ? m_pos++ : m_pos]; }
