@@ -217,3 +217,16 @@ TEST_F(ProceduresTest, DatabasesListedBySpDatabases)
     EXPECT_EQ(rows[1][0], V("LFDesktop10"));
     EXPECT_GT(std::get<int64_t>(rows[1][1]), 0);
 }
+
+TEST_F(ProceduresTest, FilesListedBySpHelpfile)
+{
+    auto s = sa("LFDesktop10");
+    auto rows = ok(*s, "EXEC sp_helpfile").rows();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][0], V("LFDesktop10"));
+    EXPECT_EQ(rows[0][3], V("PRIMARY"));
+    EXPECT_EQ(rows[0][7], V("data only"));
+    EXPECT_EQ(rows[1][0], V("LFDesktop10_log"));
+    EXPECT_EQ(rows[1][7], V("log only"));
+    EXPECT_EQ(ok(*s, "EXEC sp_helpfile 'LFDesktop10_log'").rows().size(), 1u);
+}
