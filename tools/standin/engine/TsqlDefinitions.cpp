@@ -38,7 +38,7 @@ void Parser::withOptions(Stmt& s)
     } while (acceptOp(","));
 }
 
-void Parser::fileSpec(Stmt& s, const std::string& prefix)
+void Parser::fileOptions(Stmt& s, const std::string& prefix)
 {
     expectOp("(");
     do {
@@ -78,10 +78,10 @@ void Parser::createStatement(int line)
         s.name = name();
         if (accept("ON")) {
             accept("PRIMARY");
-            fileSpec(s, "DATA_");
+            fileOptions(s, "DATA_");
             if (accept("LOG")) {
                 expect("ON");
-                fileSpec(s, "LOG_");
+                fileOptions(s, "LOG_");
             }
         }
         if (accept("COLLATE"))
@@ -289,7 +289,7 @@ void Parser::alterStatement(int line)
             expect("FILE");
             Stmt& s = emit(StmtKind::AlterDatabaseFile, line);
             s.name = db;
-            fileSpec(s, "");
+            fileOptions(s, "");
         } else if (accept("SET")) {
             Stmt& s = emit(StmtKind::AlterDatabaseSet, line);
             s.name = db;
@@ -348,7 +348,7 @@ void Parser::declareStatement(int line)
         if (peek().is("TABLE") || peek().is("CURSOR"))
             throw unsupported("table and cursor variables");
         ColumnInfo info;
-        typeSpec(info);
+        parseType(info);
         m_varTypes[var] = info;
         s.targets.push_back(var);
         s.declaredTypes.push_back(info);

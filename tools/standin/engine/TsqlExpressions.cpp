@@ -191,7 +191,7 @@ Expr Parser::functionCall(const Token& fn)
     if (f == "CONVERT" || f == "TRY_CONVERT") {
         expectOp("(");
         ColumnInfo info;
-        std::string type = typeSpec(info);
+        std::string type = parseType(info);
         expectOp(",");
         Expr value = expr();
         std::string style;
@@ -205,7 +205,7 @@ Expr Parser::functionCall(const Token& fn)
         Expr value = expr();
         expect("AS");
         ColumnInfo info;
-        std::string type = typeSpec(info);
+        std::string type = parseType(info);
         expectOp(")");
         return {"lf_convert(" + quoteString(type) + ", " + value.sql + ")", info, ""};
     }

@@ -78,7 +78,7 @@ private:
     void touch(const char* permission, const ObjectName& n);
     std::string plainTable(const ObjectName& n);
     static std::string fullName(const ObjectName& n);
-    std::string typeSpec(ColumnInfo& info);
+    std::string parseType(ColumnInfo& info);
 
     // Expressions and SELECT (TsqlExpressions.cpp)
     Expr expr() { return orExpr(); }
@@ -123,7 +123,7 @@ private:
     // Other objects, variables, procedures, backup and restore, permissions (TsqlDefinitions.cpp)
     std::string optionValue();
     void withOptions(Stmt& s);
-    void fileSpec(Stmt& s, const std::string& prefix);
+    void fileOptions(Stmt& s, const std::string& prefix);
     void createStatement(int line);
     void dropStatement(int line);
     void procedureDefinition(int line, bool alter);

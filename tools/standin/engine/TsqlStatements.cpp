@@ -336,7 +336,7 @@ Parser::ColumnDef Parser::columnDefinition()
     ColumnDef c;
     c.column = name();
     ColumnInfo info;
-    c.type = typeSpec(info);
+    c.type = parseType(info);
     // SQLite's type names take numbers only: (max) is kept as (-1), which reads back as (max).
     if (auto m = c.type.find("(max)"); m != std::string::npos)
         c.type.replace(m, 5, "(-1)");
