@@ -290,3 +290,17 @@ TEST_F(TranslatorTest, DefaultsThatCallFunctions)
     auto row = ok(*s, "SELECT LEN(data), LEN(CONVERT(nvarchar(30), created)), n FROM ELN_parameters").rows();
     EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(36), V(23), V(5)}}));
 }
+
+TEST_F(TranslatorTest, TextLongerThanItsColumnIsRefused)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Len; USE Len; CREATE TABLE t (code nvarchar(3), bin varbinary(2), free "
+           "nvarchar(max))");
+    ok(*s, "INSERT INTO t VALUES (N'abc', 0x0102, N'" + std::string(5000, 'x') + "')");
+    auto tooLong = run(*s, "INSERT INTO t (code) VALUES (N'abcd')");
+    ASSERT_EQ(tooLong.errors().size(), 1u);
+    EXPECT_EQ(tooLong.errors()[0].number, 8152);
+    EXPECT_EQ(tooLong.errors()[0].text, "String or binary data would be truncated.");
+    EXPECT_EQ(run(*s, "UPDATE t SET bin = 0x010203").errors().at(0).number, 8152);
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(1));
+}

@@ -342,6 +342,12 @@ Parser::ColumnDef Parser::columnDefinition()
         c.type.replace(m, 5, "(-1)");
     if (isCharacterType(info))
         c.type += " COLLATE NOCASE";
+    // SQLite keeps any length; SQL Server refuses text or bytes longer than the column.
+    if ((isCharacterType(info) || info.type == SqlType::VarBinary) && info.maxLength > 0)
+        c.constraints += " CHECK (" +
+                         std::string(info.type == SqlType::VarBinary ? "length(CAST(" : "length((") +
+                         quoteIdent(c.column) + (info.type == SqlType::VarBinary ? " AS BLOB))" : "))") +
+                         " <= " + std::to_string(info.maxLength) + ")";
     for (;;) {
         if (accept("CONSTRAINT")) {
             name();
