@@ -230,3 +230,21 @@ TEST_F(ProceduresTest, FilesListedBySpHelpfile)
     EXPECT_EQ(rows[1][7], V("log only"));
     EXPECT_EQ(ok(*s, "EXEC sp_helpfile 'LFDesktop10_log'").rows().size(), 1u);
 }
+
+TEST_F(ProceduresTest, OlderLoginProceduresInBatches)
+{
+    auto s = sa();
+    ok(*s, "EXEC sp_addlogin 'tech', 'Tech-1', 'LFDesktop10'");
+    EXPECT_EQ(scalar(*s, "SELECT default_database_name FROM sys.server_principals WHERE name = 'tech'"),
+              V("LFDesktop10"));
+    ok(*s, "EXEC sp_password NULL, 'Tech-2', 'tech'");
+    EXPECT_TRUE(login("tech", "Tech-2", "master")); // its default database it may not enter
+    ok(*s, "EXEC sp_droplogin 'tech'");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM sys.server_principals WHERE name = 'tech'"), V(0));
+    auto again = run(*s, "EXEC sp_droplogin 'tech'");
+    ASSERT_EQ(again.errors().size(), 1u);
+    EXPECT_EQ(again.errors()[0].number, 15151);
+    ok(*s, "ALTER DATABASE LFDesktop10 SET RECOVERY FULL");
+    EXPECT_EQ(scalar(*s, "SELECT recovery_model_desc FROM sys.databases WHERE name = 'LFDesktop10'"),
+              V("FULL"));
+}

@@ -4,6 +4,7 @@
 #include "TypeMap.h"
 
 #include <algorithm>
+#include <set>
 
 // Databases, logins, users, roles, procedures, variables, EXEC, BACKUP / RESTORE and
 // permissions: parsed into the commands that the session carries out itself.
@@ -293,9 +294,15 @@ void Parser::alterStatement(int line)
         } else if (accept("SET")) {
             Stmt& s = emit(StmtKind::AlterDatabaseSet, line);
             s.name = db;
+            // The option words (FULL, OFF, WITH ROLLBACK IMMEDIATE...) run up to the next
+            // statement's keyword.
+            static const std::set<std::string> kStatementStarts = {
+                "SELECT", "INSERT",  "UPDATE",   "DELETE",   "CREATE",  "DROP",     "ALTER",
+                "EXEC",   "EXECUTE", "USE",      "DECLARE",  "SET",     "PRINT",    "IF",
+                "BEGIN",  "COMMIT",  "ROLLBACK", "BACKUP",   "RESTORE", "GRANT",    "DENY",
+                "REVOKE", "WHILE",   "RETURN",   "TRUNCATE", "GO",      "RAISERROR"};
             while (!atEnd() && !peek().op(";") &&
-                   !(peek().kind == TokenKind::Identifier && reservedWords().count(peek().upper) &&
-                     !peek().is("WITH"))) {
+                   !(peek().kind == TokenKind::Identifier && kStatementStarts.count(peek().upper))) {
                 s.targets.push_back(next().upper);
             }
         } else {
