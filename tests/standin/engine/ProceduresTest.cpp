@@ -247,4 +247,10 @@ TEST_F(ProceduresTest, OlderLoginProceduresInBatches)
     ok(*s, "ALTER DATABASE LFDesktop10 SET RECOVERY FULL");
     EXPECT_EQ(scalar(*s, "SELECT recovery_model_desc FROM sys.databases WHERE name = 'LFDesktop10'"),
               V("FULL"));
+    ok(*s, "ALTER DATABASE LFDesktop10 SET SINGLE_USER WITH ROLLBACK IMMEDIATE");
+    EXPECT_EQ(scalar(*s, "SELECT user_access_desc FROM sys.databases WHERE name = 'LFDesktop10'"),
+              V("SINGLE_USER"));
+    auto unknown = run(*s, "ALTER DATABASE LFDesktop10 SET OFFLINE");
+    ASSERT_EQ(unknown.errors().size(), 1u);
+    EXPECT_EQ(unknown.errors()[0].number, 50000);
 }
