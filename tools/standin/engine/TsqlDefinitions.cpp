@@ -303,6 +303,19 @@ void Parser::alterStatement(int line)
                 "REVOKE", "WHILE",   "RETURN",   "TRUNCATE", "GO",      "RAISERROR"};
             while (!atEnd() && !peek().op(";") &&
                    !(peek().kind == TokenKind::Identifier && kStatementStarts.count(peek().upper))) {
+                if (accept("WITH")) { // WITH ROLLBACK IMMEDIATE | ROLLBACK AFTER n [SECONDS] | NO_WAIT
+                    if (accept("ROLLBACK")) {
+                        if (accept("AFTER")) {
+                            next();
+                            accept("SECONDS");
+                        } else {
+                            expect("IMMEDIATE");
+                        }
+                    } else {
+                        expect("NO_WAIT");
+                    }
+                    continue;
+                }
                 s.targets.push_back(next().upper);
             }
         } else {
