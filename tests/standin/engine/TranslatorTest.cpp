@@ -304,3 +304,19 @@ TEST_F(TranslatorTest, TextLongerThanItsColumnIsRefused)
     EXPECT_EQ(run(*s, "UPDATE t SET bin = 0x010203").errors().at(0).number, 8152);
     EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(1));
 }
+
+TEST_F(TranslatorTest, TryCatchHandsTheErrorToTheCatchBlock)
+{
+    auto s = sa();
+    auto sink = ok(*s, "BEGIN TRY\n  SELECT 1\n  SELECT CONVERT(int, 'x')\n  SELECT 2\nEND TRY\nBEGIN CATCH\n"
+                       "  SELECT ERROR_NUMBER(), ERROR_LINE(), ERROR_MESSAGE()\nEND CATCH\nSELECT 3");
+    EXPECT_TRUE(sink.errors().empty());
+    EXPECT_EQ(sink.rowsOf(0), (std::vector<std::vector<Value>>{{V(1)}}));
+    EXPECT_EQ(sink.rowsOf(1),
+              (std::vector<std::vector<Value>>{
+                  {V(245), V(3),
+                   V("Conversion failed when converting the nvarchar value 'x' to data type int.")}}));
+    EXPECT_EQ(sink.rowsOf(2), (std::vector<std::vector<Value>>{{V(3)}}));
+    auto clean = ok(*s, "BEGIN TRY SELECT 5 END TRY BEGIN CATCH SELECT 6 END CATCH");
+    EXPECT_EQ(clean.rows(), (std::vector<std::vector<Value>>{{V(5)}}));
+}

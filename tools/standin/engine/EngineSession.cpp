@@ -150,11 +150,23 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
 {
     ++m_depth;
     size_t pc = 0;
+    std::vector<size_t> catchTargets; // the CATCH blocks of the TRY blocks we are in
     while (pc < statements.size()) {
         if (sink.cancelRequested())
             break;
         const Stmt& s = statements[pc];
         size_t next = pc + 1;
+        if (s.kind == StmtKind::TryBegin) {
+            catchTargets.push_back(s.jumpTarget);
+            pc = next;
+            continue;
+        }
+        if (s.kind == StmtKind::TryEnd) {
+            if (!catchTargets.empty())
+                catchTargets.pop_back();
+            pc = next;
+            continue;
+        }
         try {
             execute(s, sink, next);
             m_lastError = 0;
@@ -162,6 +174,13 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             const SqlError e = asSqlError(ex);
             m_lastError = e.number();
             ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procName, s.line};
+            if (!catchTargets.empty() && e.severity() > 10 && !sink.cancelRequested()) {
+                // Caught: no message to the client; the CATCH block can read it.
+                m_caughtError = m;
+                pc = catchTargets.back();
+                catchTargets.pop_back();
+                continue;
+            }
             sink.message(m);
             DoneInfo d;
             d.error = true;
@@ -393,6 +412,8 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
                                                                 columnInfoForType("int")));
         next = SIZE_MAX;
         return;
+    case StmtKind::TryBegin:
+    case StmtKind::TryEnd:
     case StmtKind::Nop:
         return;
     }

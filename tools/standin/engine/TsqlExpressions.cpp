@@ -247,6 +247,10 @@ Expr Parser::functionCall(const Token& fn)
         return {"ifnull(" + list + ")", firstType(), ""};
     if (f == "COALESCE")
         return {"coalesce(" + list + ")", firstType(), ""};
+    if (f == "ERROR_NUMBER" || f == "ERROR_SEVERITY" || f == "ERROR_STATE" || f == "ERROR_LINE")
+        return {"lf_global('" + f + "')", makeType(SqlType::Int, 4), ""};
+    if (f == "ERROR_MESSAGE" || f == "ERROR_PROCEDURE")
+        return {"lf_global('" + f + "')", makeType(SqlType::NVarChar, 4000), ""};
     if (f == "NEWID")
         return {"lf_newid()", makeType(SqlType::UniqueIdentifier, 16), ""};
     if (f == "GETDATE" || f == "SYSDATETIME" || f == "GETUTCDATE")

@@ -103,7 +103,37 @@ void Parser::parseStatementBody()
             if (peek().isName() && !reservedWords().count(peek().upper))
                 ++m_pos;
             emit(StmtKind::BeginTran, line);
-        } else if (peek().is("TRY") || peek().is("CATCH") || peek().is("DISTRIBUTED")) {
+        } else if (accept("TRY")) {
+            // BEGIN TRY ... END TRY BEGIN CATCH ... END CATCH: the session's error handling
+            // jumps from a failing statement of the TRY part to the CATCH part.
+            const size_t tryIndex = m_out.size();
+            emit(StmtKind::TryBegin, line);
+            while (!(peek().is("END") && peek(1).is("TRY"))) {
+                if (atEnd())
+                    syntaxError();
+                if (acceptOp(";"))
+                    continue;
+                parseStatement();
+            }
+            m_pos += 2;
+            emit(StmtKind::TryEnd, line);
+            const size_t jumpIndex = m_out.size();
+            emit(StmtKind::Jump, line);
+            while (acceptOp(";")) {
+            }
+            expect("BEGIN");
+            expect("CATCH");
+            m_out[tryIndex].jumpTarget = m_out.size();
+            while (!(peek().is("END") && peek(1).is("CATCH"))) {
+                if (atEnd())
+                    syntaxError();
+                if (acceptOp(";"))
+                    continue;
+                parseStatement();
+            }
+            m_pos += 2;
+            m_out[jumpIndex].jumpTarget = m_out.size();
+        } else if (peek().is("CATCH") || peek().is("DISTRIBUTED")) {
             throw unsupported("BEGIN " + peek().upper);
         } else {
             // A block: its statements simply follow each other.
