@@ -256,3 +256,39 @@ TEST_F(BackupRestoreTest, RestoreOfMissingOrForeignFile)
     ASSERT_EQ(b.errors().size(), 2u);
     EXPECT_EQ(b.errors()[0].number, 3241);
 }
+
+// The migration's path: a desktop database backed up on one instance and restored on another
+// keeps its Windows users, whose logins exist on both.
+TEST_F(BackupRestoreTest, WindowsUsersSurviveARestoreOnAnotherInstance)
+{
+    auto s = sa();
+    ok(*s, "CREATE LOGIN [LAB\\alice] FROM WINDOWS; USE LFDesktop10; CREATE USER [LAB\\alice] FOR LOGIN "
+           "[LAB\\alice]; "
+           "EXEC sp_addrolemember 'db_owner', 'LAB\\alice'");
+    ok(*s, backupStatement(backupPath()));
+
+    TempDir otherFolder;
+    InstanceConfig other = config();
+    other.dataFolder = (otherFolder.path() / "server").string();
+    other.instanceName = "MSSQLSERVER";
+    auto server = openInstance(other);
+    LoginRequest saRequest;
+    saRequest.userName = "sa";
+    saRequest.password = saPassword();
+    ServerMessage error;
+    auto admin = server->login(saRequest, error);
+    ASSERT_TRUE(admin) << error.text;
+    ok(*admin, "CREATE LOGIN [LAB\\Alice] FROM WINDOWS");
+    ok(*admin, "RESTORE DATABASE LFShared FROM DISK = '" + backupPath() + "' WITH MOVE 'LFDesktop10' TO '" +
+                   (otherFolder.path() / "server" / "LFShared_Data.mdf").string() +
+                   "', MOVE 'LFDesktop10_log' TO '" +
+                   (otherFolder.path() / "server" / "LFShared_LOG.ldf").string() + "'");
+    LoginRequest alice;
+    alice.userName = "LAB\\alice";
+    alice.database = "LFShared";
+    alice.windowsAuthenticated = true;
+    auto session = server->login(alice, error);
+    ASSERT_TRUE(session) << error.text;
+    EXPECT_EQ(scalar(*session, "SELECT COUNT(*) FROM ELN_people"), V(2));
+    EXPECT_EQ(scalar(*session, "SELECT IS_MEMBER('db_owner')"), V(1));
+}

@@ -314,3 +314,19 @@ TEST_F(CatalogTest, TablePermissionsFollowRolesGrantsAndDenies)
     ok(*s, "GRANT EXECUTE ON count_secrets TO LocalUsers");
     EXPECT_EQ(scalar(*erin, "DECLARE @n int; EXEC count_secrets @n OUTPUT; SELECT @n"), V(1));
 }
+
+TEST_F(CatalogTest, InformationSchemaColumns)
+{
+    auto s = sa();
+    ok(*s,
+       "CREATE DATABASE Cols; USE Cols; CREATE TABLE ELN_chemical_structures (primary_key int IDENTITY(1,1) "
+       "PRIMARY KEY, CDXML nvarchar(max) NULL, MOL_ID int NULL, note varchar(20) NOT NULL DEFAULT 'x')");
+    auto rows = ok(*s, "SELECT COLUMN_NAME, DATA_TYPE, CHARACTER_MAXIMUM_LENGTH, IS_NULLABLE FROM "
+                       "INFORMATION_SCHEMA.COLUMNS WHERE TABLE_NAME = 'ELN_chemical_structures' "
+                       "ORDER BY ORDINAL_POSITION")
+                    .rows();
+    EXPECT_EQ(rows, (std::vector<std::vector<Value>>{{V("primary_key"), V("int"), V(), V("NO")},
+                                                     {V("CDXML"), V("nvarchar"), V(-1), V("YES")},
+                                                     {V("MOL_ID"), V("int"), V(), V("YES")},
+                                                     {V("note"), V("varchar"), V(20), V("NO")}}));
+}

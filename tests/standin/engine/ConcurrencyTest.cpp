@@ -73,3 +73,24 @@ TEST_F(ConcurrencyTest, BackupWhileAnotherSessionWrites)
     EXPECT_GE(rows, 1);
     EXPECT_LE(rows, 21);
 }
+
+// An attention during a long result stops the rows; the session stays usable.
+TEST_F(ConcurrencyTest, CancelStopsALongResult)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Long; USE Long; CREATE TABLE n (x int); INSERT INTO n VALUES (0)");
+    for (int i = 0; i < 10; ++i)
+        ok(*s, "INSERT INTO n SELECT x + 1 FROM n"); // 1024 rows
+    class CancellingSink : public RecordingSink {
+    public:
+        void row(const std::vector<Value>& r) override
+        {
+            RecordingSink::row(r);
+            cancel = true;
+        }
+    } sink;
+    s->executeBatch("SELECT x FROM n; SELECT 1", sink);
+    EXPECT_GE(sink.rows().size(), 1u);
+    EXPECT_LT(sink.rows().size(), 1024u);
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM n"), V(1024));
+}

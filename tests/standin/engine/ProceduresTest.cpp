@@ -217,3 +217,40 @@ TEST_F(ProceduresTest, DatabasesListedBySpDatabases)
     EXPECT_EQ(rows[1][0], V("LFDesktop10"));
     EXPECT_GT(std::get<int64_t>(rows[1][1]), 0);
 }
+
+TEST_F(ProceduresTest, FilesListedBySpHelpfile)
+{
+    auto s = sa("LFDesktop10");
+    auto rows = ok(*s, "EXEC sp_helpfile").rows();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0][0], V("LFDesktop10"));
+    EXPECT_EQ(rows[0][3], V("PRIMARY"));
+    EXPECT_EQ(rows[0][7], V("data only"));
+    EXPECT_EQ(rows[1][0], V("LFDesktop10_log"));
+    EXPECT_EQ(rows[1][7], V("log only"));
+    EXPECT_EQ(ok(*s, "EXEC sp_helpfile 'LFDesktop10_log'").rows().size(), 1u);
+}
+
+TEST_F(ProceduresTest, OlderLoginProceduresInBatches)
+{
+    auto s = sa();
+    ok(*s, "EXEC sp_addlogin 'tech', 'Tech-1', 'LFDesktop10'");
+    EXPECT_EQ(scalar(*s, "SELECT default_database_name FROM sys.server_principals WHERE name = 'tech'"),
+              V("LFDesktop10"));
+    ok(*s, "EXEC sp_password NULL, 'Tech-2', 'tech'");
+    EXPECT_TRUE(login("tech", "Tech-2", "master")); // its default database it may not enter
+    ok(*s, "EXEC sp_droplogin 'tech'");
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM sys.server_principals WHERE name = 'tech'"), V(0));
+    auto again = run(*s, "EXEC sp_droplogin 'tech'");
+    ASSERT_EQ(again.errors().size(), 1u);
+    EXPECT_EQ(again.errors()[0].number, 15151);
+    ok(*s, "ALTER DATABASE LFDesktop10 SET RECOVERY FULL");
+    EXPECT_EQ(scalar(*s, "SELECT recovery_model_desc FROM sys.databases WHERE name = 'LFDesktop10'"),
+              V("FULL"));
+    ok(*s, "ALTER DATABASE LFDesktop10 SET SINGLE_USER WITH ROLLBACK IMMEDIATE");
+    EXPECT_EQ(scalar(*s, "SELECT user_access_desc FROM sys.databases WHERE name = 'LFDesktop10'"),
+              V("SINGLE_USER"));
+    auto unknown = run(*s, "ALTER DATABASE LFDesktop10 SET OFFLINE");
+    ASSERT_EQ(unknown.errors().size(), 1u);
+    EXPECT_EQ(unknown.errors()[0].number, 50000);
+}

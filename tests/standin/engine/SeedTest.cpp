@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sys/wait.h>
 
 using namespace standin;
 namespace fs = std::filesystem;
@@ -100,4 +101,15 @@ TEST_F(SeedTest, RefreshReplacesTheDatabaseAndBadArgumentsFail)
     RecordingSink sink;
     s->executeBatch("SELECT Username FROM ELN_people", sink);
     EXPECT_EQ(sink.rows(), (std::vector<std::vector<Value>>{{V("LAB\\carol")}}));
+}
+
+TEST_F(SeedTest, ExitStatusTellsBadArgumentsFromFailures)
+{
+    EXPECT_EQ(WEXITSTATUS(seed("--user nodomain")), 2);
+    // A password SQL Server would take but this instance's sa does not know: the seeding
+    // itself fails.
+    ASSERT_EQ(seed(""), 0);
+    const std::string command = std::string("LABFOLIO_STANDIN_SA_PASSWORD=wrong '") + LF_STANDIN_SEED +
+                                "' --data '" + (m_dir.path() / "data").string() + "' > /dev/null 2>&1";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
 }

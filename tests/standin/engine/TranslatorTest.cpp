@@ -91,6 +91,14 @@ const std::vector<Case> kCases = {
     {"temporary table",
      "CREATE TABLE #t (x int); INSERT INTO #t VALUES (7), (8); SELECT SUM(x) FROM #t",
      {{V(15)}}},
+    {"WHILE with BREAK and CONTINUE",
+     "DECLARE @i int, @sum int\nSET @i = 0\nSET @sum = 0\nWHILE @i < 10\nBEGIN\n  SET @i = @i + 1\n"
+     "  IF @i = 3 CONTINUE\n  IF @i > 5 BREAK\n  SET @sum = @sum + @i\nEND\nSELECT @sum, @i",
+     {{V(12), V(6)}}},
+    {"SELECT INTO",
+     "SELECT Username, is_administrator INTO admins FROM ELN_people WHERE is_administrator = 1; "
+     "SELECT Username FROM admins",
+     {{V("LAB\\alice")}}},
 };
 
 class TranslatorTest : public EngineTest {};
@@ -189,11 +197,11 @@ TEST_F(TranslatorTest, RuntimeErrorsEndOnlyTheirStatement)
 TEST_F(TranslatorTest, UnsupportedStatementsNameWhatIsMissing)
 {
     auto s = sa();
-    auto sink = run(*s, "WHILE 1 = 1 PRINT 'x'");
+    auto sink = run(*s, "WAITFOR DELAY '00:00:01'");
     ASSERT_EQ(sink.errors().size(), 1u);
     EXPECT_EQ(sink.errors()[0].number, 50000);
     EXPECT_EQ(sink.errors()[0].severity, 16);
-    EXPECT_NE(sink.errors()[0].text.find("WHILE"), std::string::npos);
+    EXPECT_EQ(sink.errors()[0].text, "The SQL Server stand-in does not support the WAITFOR statement.");
     auto unknownFunction = run(*s, "SELECT SOUNDEX('x')");
     ASSERT_EQ(unknownFunction.errors().size(), 1u);
     EXPECT_EQ(unknownFunction.errors()[0].number, 195);
@@ -281,4 +289,34 @@ TEST_F(TranslatorTest, DefaultsThatCallFunctions)
            "INSERT INTO ELN_parameters (name) VALUES (N'database guid')");
     auto row = ok(*s, "SELECT LEN(data), LEN(CONVERT(nvarchar(30), created)), n FROM ELN_parameters").rows();
     EXPECT_EQ(row, (std::vector<std::vector<Value>>{{V(36), V(23), V(5)}}));
+}
+
+TEST_F(TranslatorTest, TextLongerThanItsColumnIsRefused)
+{
+    auto s = sa();
+    ok(*s, "CREATE DATABASE Len; USE Len; CREATE TABLE t (code nvarchar(3), bin varbinary(2), free "
+           "nvarchar(max))");
+    ok(*s, "INSERT INTO t VALUES (N'abc', 0x0102, N'" + std::string(5000, 'x') + "')");
+    auto tooLong = run(*s, "INSERT INTO t (code) VALUES (N'abcd')");
+    ASSERT_EQ(tooLong.errors().size(), 1u);
+    EXPECT_EQ(tooLong.errors()[0].number, 8152);
+    EXPECT_EQ(tooLong.errors()[0].text, "String or binary data would be truncated.");
+    EXPECT_EQ(run(*s, "UPDATE t SET bin = 0x010203").errors().at(0).number, 8152);
+    EXPECT_EQ(scalar(*s, "SELECT COUNT(*) FROM t"), V(1));
+}
+
+TEST_F(TranslatorTest, TryCatchHandsTheErrorToTheCatchBlock)
+{
+    auto s = sa();
+    auto sink = ok(*s, "BEGIN TRY\n  SELECT 1\n  SELECT CONVERT(int, 'x')\n  SELECT 2\nEND TRY\nBEGIN CATCH\n"
+                       "  SELECT ERROR_NUMBER(), ERROR_LINE(), ERROR_MESSAGE()\nEND CATCH\nSELECT 3");
+    EXPECT_TRUE(sink.errors().empty());
+    EXPECT_EQ(sink.rowsOf(0), (std::vector<std::vector<Value>>{{V(1)}}));
+    EXPECT_EQ(sink.rowsOf(1),
+              (std::vector<std::vector<Value>>{
+                  {V(245), V(3),
+                   V("Conversion failed when converting the nvarchar value 'x' to data type int.")}}));
+    EXPECT_EQ(sink.rowsOf(2), (std::vector<std::vector<Value>>{{V(3)}}));
+    auto clean = ok(*s, "BEGIN TRY SELECT 5 END TRY BEGIN CATCH SELECT 6 END CATCH");
+    EXPECT_EQ(clean.rows(), (std::vector<std::vector<Value>>{{V(5)}}));
 }

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <cctype>
 #include <fstream>
 #include <strings.h>
 
@@ -404,6 +405,26 @@ std::optional<LoginRecord> Catalog::loginBySid(const std::vector<uint8_t>& sid)
     return loginWhere("sid = ?", sid);
 }
 
+// A Windows account's SID is the account's, the same on every server, so that a database
+// restored on another instance still knows its Windows users. The stand-in has no domain to
+// ask: BUILTIN\Users gets its well-known SID (S-1-5-32-545), other accounts one derived from
+// the name in the form of a domain account's SID (S-1-5-21-...).
+std::vector<uint8_t> windowsSid(const std::string& name)
+{
+    std::string key;
+    for (unsigned char c : name)
+        key += static_cast<char>(std::toupper(c));
+    if (key == "BUILTIN\\USERS")
+        return {0x01, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x05,
+                0x20, 0x00, 0x00, 0x00, 0x21, 0x02, 0x00, 0x00};
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_Digest(key.data(), key.size(), digest, &length, EVP_sha256(), nullptr);
+    std::vector<uint8_t> sid{0x01, 0x05, 0x00, 0x00, 0x00, 0x00, 0x00, 0x05, 0x15, 0x00, 0x00, 0x00};
+    sid.insert(sid.end(), digest, digest + 16);
+    return sid;
+}
+
 LoginRecord Catalog::createLogin(const std::string& name, char type, const std::string* password,
                                  const std::string& defaultDatabase)
 {
@@ -420,7 +441,8 @@ LoginRecord Catalog::createLogin(const std::string& name, char type, const std::
                  "INSERT INTO lf_server_principals (name, principal_id, sid, type, type_desc, "
                  "is_disabled, create_date, modify_date, default_database_name, default_language_name, "
                  "password_hash) VALUES (?, ?, ?, ?, ?, 0, ?, ?, ?, 'us_english', ?)");
-    s.bind(1, name).bind(2, int64_t(id)).bind(3, Value(randomBytes(16))).bind(4, std::string(1, type));
+    s.bind(1, name).bind(2, int64_t(id)).bind(3, Value(type == 'S' ? randomBytes(16) : windowsSid(name)));
+    s.bind(4, std::string(1, type));
     s.bind(5, std::string(typeDesc)).bind(6, now).bind(7, now);
     s.bind(8, defaultDatabase.empty() ? std::string("master") : defaultDatabase);
     s.bind(9, password ? Value(hashPassword(*password, randomBytes(4))) : Value());

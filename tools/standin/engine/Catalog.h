@@ -86,6 +86,7 @@ private:
 };
 
 std::vector<uint8_t> randomBytes(size_t n);
+std::vector<uint8_t> windowsSid(const std::string& accountName);
 std::string newGuid();
 std::string currentDateTime();
 

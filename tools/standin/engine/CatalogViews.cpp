@@ -106,11 +106,21 @@ std::string systemViewSql(const std::string& schema, const std::string& name,
               "'BASE TABLE' ELSE 'VIEW' END AS TABLE_TYPE FROM {D}.sqlite_master WHERE type IN "
               "('table','view') "
               "AND name NOT LIKE 'lf\\_%' ESCAPE '\\' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'";
+    } else if (schema == "INFORMATION_SCHEMA" && name == "COLUMNS") {
+        sql = "SELECT " + (databaseName.empty() ? std::string("lf_db_name()") : sqlString(databaseName)) +
+              " AS TABLE_CATALOG, 'dbo' AS TABLE_SCHEMA, m.name AS TABLE_NAME, p.name AS COLUMN_NAME, "
+              "p.cid + 1 AS ORDINAL_POSITION, p.dflt_value AS COLUMN_DEFAULT, "
+              "CASE WHEN p.\"notnull\" OR p.pk THEN 'NO' ELSE 'YES' END AS IS_NULLABLE, "
+              "lf_type_name(p.type) AS DATA_TYPE, lf_type_length(p.type) AS CHARACTER_MAXIMUM_LENGTH "
+              "FROM {D}.sqlite_master m JOIN pragma_table_info(m.name, '{S}') p "
+              "WHERE m.type IN ('table','view') AND m.name NOT LIKE 'lf\\_%' ESCAPE '\\' AND m.name NOT LIKE "
+              "'sqlite\\_%' ESCAPE '\\'";
     } else {
         return "";
     }
     sql = replaceAll(sql, "{M}", "\"" + masterPlaceholder() + "\"");
     sql = replaceAll(sql, "{D}", "\"" + databaseSchema + "\"");
+    sql = replaceAll(sql, "{S}", databaseSchema);
     return sql;
 }
 

@@ -150,11 +150,23 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
 {
     ++m_depth;
     size_t pc = 0;
+    std::vector<size_t> catchTargets; // the CATCH blocks of the TRY blocks we are in
     while (pc < statements.size()) {
         if (sink.cancelRequested())
             break;
         const Stmt& s = statements[pc];
         size_t next = pc + 1;
+        if (s.kind == StmtKind::TryBegin) {
+            catchTargets.push_back(s.jumpTarget);
+            pc = next;
+            continue;
+        }
+        if (s.kind == StmtKind::TryEnd) {
+            if (!catchTargets.empty())
+                catchTargets.pop_back();
+            pc = next;
+            continue;
+        }
         try {
             execute(s, sink, next);
             m_lastError = 0;
@@ -162,6 +174,13 @@ void EngineSession::runStatements(const std::vector<Stmt>& statements, ResultSin
             const SqlError e = asSqlError(ex);
             m_lastError = e.number();
             ServerMessage m{e.number(), e.state(), e.severity(), e.what(), procName, s.line};
+            if (!catchTargets.empty() && e.severity() > 10 && !sink.cancelRequested()) {
+                // Caught: no message to the client; the CATCH block can read it.
+                m_caughtError = m;
+                pc = catchTargets.back();
+                catchTargets.pop_back();
+                continue;
+            }
             sink.message(m);
             DoneInfo d;
             d.error = true;
@@ -393,6 +412,8 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
                                                                 columnInfoForType("int")));
         next = SIZE_MAX;
         return;
+    case StmtKind::TryBegin:
+    case StmtKind::TryEnd:
     case StmtKind::Nop:
         return;
     }
@@ -407,6 +428,11 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
         if (i == 0 && s.returnsRows && sqlite3_column_count(st.get()) > 0) {
             streamRows(st, s, sink);
             return;
+        }
+        if (i == 1 && s.curCmd == 0xC2) { // SELECT ... INTO: the rows of the new table
+            st.step();
+            changes = static_cast<uint64_t>(st.integer(0));
+            continue;
         }
         // Two autocommit writers on one file can each hold a read lock and want the write
         // lock; SQLite then refuses one of them at once instead of waiting. The refused
@@ -426,7 +452,7 @@ void EngineSession::runQuery(const Stmt& s, ResultSink& sink)
         if (i == 0)
             changes = static_cast<uint64_t>(sqlite3_changes(m_db.get()));
     }
-    const bool dml = s.curCmd == 0xC3 || s.curCmd == 0xC4 || s.curCmd == 0xC5;
+    const bool dml = s.curCmd == 0xC2 || s.curCmd == 0xC3 || s.curCmd == 0xC4 || s.curCmd == 0xC5;
     m_rowCount = dml ? static_cast<int64_t>(changes) : 0;
     done(sink, s.curCmd, dml, dml ? changes : 0);
 }

@@ -62,6 +62,7 @@ private:
     int m_nextHandle = 1;
     int m_depth = 0;
     std::optional<int64_t> m_returnStatus;         // set by RETURN
+    std::optional<ServerMessage> m_caughtError;    // the error a CATCH block handles
     int m_ownershipChain = 0;                      // > 0 while a procedure's own statements run
     std::optional<std::optional<int>> m_userCache; // this batch's database user
 

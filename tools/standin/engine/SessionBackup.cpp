@@ -78,12 +78,18 @@ void EngineSession::backupDatabase(const Stmt& s, ResultSink& sink)
              "Cannot open backup device '" + path + "'. Operating system error " +
                  osErrorText(out.openError(), false) + ".");
 
-    // A consistent image of the data file, taken in one read transaction.
+    // A consistent image of the data file: SQLite's online backup copies every page in one
+    // read transaction into memory, while other sessions go on writing the file.
     std::vector<uint8_t> image;
     {
-        SqliteDb conn(db->files.front().physicalName, false);
+        SqliteDb source(db->files.front().physicalName, false);
+        SqliteDb copy(":memory:");
+        sqlite3_backup* backup = sqlite3_backup_init(copy.get(), "main", source.get(), "main");
+        int rc = backup ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+        if (backup)
+            sqlite3_backup_finish(backup);
         sqlite3_int64 size = 0;
-        unsigned char* bytes = sqlite3_serialize(conn.get(), "main", &size, 0);
+        unsigned char* bytes = rc == SQLITE_DONE ? sqlite3_serialize(copy.get(), "main", &size, 0) : nullptr;
         if (!bytes)
             fail(3201, 16,
                  "Cannot open backup device '" + db->files.front().physicalName +

@@ -53,6 +53,21 @@ Value EngineSession::callContextFunction(const std::string& name, const std::vec
             return int64_t(m_inTransaction ? 1 : 0);
         if (g == "LANGUAGE")
             return std::string("us_english");
+        if (g.rfind("ERROR_", 0) == 0) {
+            if (!m_caughtError)
+                return std::monostate{};
+            if (g == "ERROR_NUMBER")
+                return int64_t(m_caughtError->number);
+            if (g == "ERROR_SEVERITY")
+                return int64_t(m_caughtError->severity);
+            if (g == "ERROR_STATE")
+                return int64_t(m_caughtError->state);
+            if (g == "ERROR_LINE")
+                return int64_t(m_caughtError->line);
+            if (g == "ERROR_MESSAGE")
+                return m_caughtError->text;
+            return m_caughtError->procName.empty() ? Value() : Value(m_caughtError->procName);
+        }
         if (g == "MICROSOFTVERSION")
             return int64_t(0x09001388);
         return int64_t(-1);

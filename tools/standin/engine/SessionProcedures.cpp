@@ -15,6 +15,13 @@
 namespace standin {
 namespace {
 
+std::string upper(std::string s)
+{
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return s;
+}
+
 std::string lower(std::string s)
 {
     std::transform(s.begin(), s.end(), s.begin(),
@@ -327,6 +334,34 @@ int EngineSession::callProcedure(const std::string& procedure, std::vector<RpcPa
                 bytes += ec ? 0 : n;
             }
             sink.row({db.name, static_cast<int64_t>(bytes / 1024), Value()});
+            ++count;
+        }
+        done(sink, 0xC1, true, count);
+        return 0;
+    }
+    if (key == "sp_helpfile") {
+        // The current database's files, as SQL Server 2000's tools read them.
+        auto column = [](const char* name, const char* type) {
+            ColumnInfo c = columnInfoForType(type);
+            c.name = name;
+            return c;
+        };
+        sink.columns({column("name", "sysname"), column("fileid", "smallint"),
+                      column("filename", "nchar(260)"), column("filegroup", "sysname"),
+                      column("size", "nvarchar(18)"), column("maxsize", "nvarchar(18)"),
+                      column("growth", "nvarchar(18)"), column("usage", "varchar(9)")});
+        auto db = m_instance.catalog().database(m_database.id);
+        const std::string only = args.text(0, "filename", false);
+        uint64_t count = 0;
+        for (const auto& f : db ? db->files : std::vector<FileRecord>{}) {
+            if (!only.empty() && upper(only) != upper(f.name))
+                continue;
+            std::error_code ec;
+            const auto bytes = std::filesystem::file_size(f.physicalName, ec);
+            sink.row({f.name, int64_t(f.fileId), f.physicalName,
+                      f.type == 0 ? Value(std::string("PRIMARY")) : Value(),
+                      std::to_string((ec ? 0 : bytes) / 1024) + " KB", std::string("Unlimited"),
+                      std::string("10%"), std::string(f.type == 0 ? "data only" : "log only")});
             ++count;
         }
         done(sink, 0xC1, true, count);

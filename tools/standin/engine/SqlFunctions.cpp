@@ -361,6 +361,21 @@ Value fnCeiling(const std::vector<Value>& a)
     return a[0];
 }
 
+// INFORMATION_SCHEMA.COLUMNS: the T-SQL type of a declared column type, and its length.
+Value fnTypeName(const std::vector<Value>& a)
+{
+    const std::string name = typeName(columnInfoForType(display(a[0])));
+    return name.substr(0, name.find('('));
+}
+
+Value fnTypeLength(const std::vector<Value>& a)
+{
+    const ColumnInfo info = columnInfoForType(display(a[0]));
+    if (info.type == SqlType::NVarChar || info.type == SqlType::VarChar || info.type == SqlType::VarBinary)
+        return int64_t(info.maxLength);
+    return std::monostate{};
+}
+
 Value fnPages(const std::vector<Value>& a)
 {
     std::error_code ec;
@@ -643,6 +658,8 @@ void registerFunctions(sqlite3* db, FunctionContext* context)
         {"lf_floor", 1, pure<fnFloor>, true},
         {"lf_ceiling", 1, pure<fnCeiling>, true},
         {"lf_pages", 1, pure<fnPages>, false},
+        {"lf_type_name", 1, pure<fnTypeName>, true},
+        {"lf_type_length", 1, pure<fnTypeLength>, true},
         {"lf_datepart", 2, pure<fnDatePart>, true},
         {"lf_datename", 2, pure<fnDateName>, true},
         {"lf_dateadd", 3, pure<fnDateAdd>, true},

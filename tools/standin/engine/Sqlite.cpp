@@ -187,6 +187,8 @@ void throwSqliteError(sqlite3* db, int rc)
         throw SqlError(207, 16, "Invalid column name '" + std::string(m[1]) + "'.");
     if ((rc & 0xFF) == SQLITE_BUSY || (rc & 0xFF) == SQLITE_LOCKED)
         throw SqlError(1222, 16, "Lock request time out period exceeded.");
+    if (message.rfind("CHECK constraint failed: length(", 0) == 0)
+        throw SqlError(8152, 16, "String or binary data would be truncated.");
     if ((rc & 0xFF) == SQLITE_CONSTRAINT)
         throw SqlError(547, 16, "The statement conflicted with a constraint: " + message + ".");
     if (message.find("syntax error") != std::string::npos)

@@ -29,6 +29,8 @@ enum class StmtKind {
     RollbackTran,
     IfNot, // args[0] is the condition; jump to jumpTarget when it is not true
     Jump,
+    TryBegin, // errors up to the matching TryEnd jump to jumpTarget (the CATCH block)
+    TryEnd,
     CreateDatabase,    // name; options: file names
     DropDatabase,      // names in targets
     AlterDatabaseFile, // name, options NAME / NEWNAME

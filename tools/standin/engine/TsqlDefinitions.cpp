@@ -4,6 +4,7 @@
 #include "TypeMap.h"
 
 #include <algorithm>
+#include <set>
 
 // Databases, logins, users, roles, procedures, variables, EXEC, BACKUP / RESTORE and
 // permissions: parsed into the commands that the session carries out itself.
@@ -38,7 +39,7 @@ void Parser::withOptions(Stmt& s)
     } while (acceptOp(","));
 }
 
-void Parser::fileSpec(Stmt& s, const std::string& prefix)
+void Parser::fileOptions(Stmt& s, const std::string& prefix)
 {
     expectOp("(");
     do {
@@ -78,10 +79,10 @@ void Parser::createStatement(int line)
         s.name = name();
         if (accept("ON")) {
             accept("PRIMARY");
-            fileSpec(s, "DATA_");
+            fileOptions(s, "DATA_");
             if (accept("LOG")) {
                 expect("ON");
-                fileSpec(s, "LOG_");
+                fileOptions(s, "LOG_");
             }
         }
         if (accept("COLLATE"))
@@ -289,13 +290,32 @@ void Parser::alterStatement(int line)
             expect("FILE");
             Stmt& s = emit(StmtKind::AlterDatabaseFile, line);
             s.name = db;
-            fileSpec(s, "");
+            fileOptions(s, "");
         } else if (accept("SET")) {
             Stmt& s = emit(StmtKind::AlterDatabaseSet, line);
             s.name = db;
+            // The option words (FULL, OFF, WITH ROLLBACK IMMEDIATE...) run up to the next
+            // statement's keyword.
+            static const std::set<std::string> kStatementStarts = {
+                "SELECT", "INSERT",  "UPDATE",   "DELETE",   "CREATE",  "DROP",     "ALTER",
+                "EXEC",   "EXECUTE", "USE",      "DECLARE",  "SET",     "PRINT",    "IF",
+                "BEGIN",  "COMMIT",  "ROLLBACK", "BACKUP",   "RESTORE", "GRANT",    "DENY",
+                "REVOKE", "WHILE",   "RETURN",   "TRUNCATE", "GO",      "RAISERROR"};
             while (!atEnd() && !peek().op(";") &&
-                   !(peek().kind == TokenKind::Identifier && reservedWords().count(peek().upper) &&
-                     !peek().is("WITH"))) {
+                   !(peek().kind == TokenKind::Identifier && kStatementStarts.count(peek().upper))) {
+                if (accept("WITH")) { // WITH ROLLBACK IMMEDIATE | ROLLBACK AFTER n [SECONDS] | NO_WAIT
+                    if (accept("ROLLBACK")) {
+                        if (accept("AFTER")) {
+                            next();
+                            accept("SECONDS");
+                        } else {
+                            expect("IMMEDIATE");
+                        }
+                    } else {
+                        expect("NO_WAIT");
+                    }
+                    continue;
+                }
                 s.targets.push_back(next().upper);
             }
         } else {
@@ -348,7 +368,7 @@ void Parser::declareStatement(int line)
         if (peek().is("TABLE") || peek().is("CURSOR"))
             throw unsupported("table and cursor variables");
         ColumnInfo info;
-        typeSpec(info);
+        parseType(info);
         m_varTypes[var] = info;
         s.targets.push_back(var);
         s.declaredTypes.push_back(info);

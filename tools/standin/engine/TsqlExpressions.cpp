@@ -191,7 +191,7 @@ Expr Parser::functionCall(const Token& fn)
     if (f == "CONVERT" || f == "TRY_CONVERT") {
         expectOp("(");
         ColumnInfo info;
-        std::string type = typeSpec(info);
+        std::string type = parseType(info);
         expectOp(",");
         Expr value = expr();
         std::string style;
@@ -205,7 +205,7 @@ Expr Parser::functionCall(const Token& fn)
         Expr value = expr();
         expect("AS");
         ColumnInfo info;
-        std::string type = typeSpec(info);
+        std::string type = parseType(info);
         expectOp(")");
         return {"lf_convert(" + quoteString(type) + ", " + value.sql + ")", info, ""};
     }
@@ -247,6 +247,10 @@ Expr Parser::functionCall(const Token& fn)
         return {"ifnull(" + list + ")", firstType(), ""};
     if (f == "COALESCE")
         return {"coalesce(" + list + ")", firstType(), ""};
+    if (f == "ERROR_NUMBER" || f == "ERROR_SEVERITY" || f == "ERROR_STATE" || f == "ERROR_LINE")
+        return {"lf_global('" + f + "')", makeType(SqlType::Int, 4), ""};
+    if (f == "ERROR_MESSAGE" || f == "ERROR_PROCEDURE")
+        return {"lf_global('" + f + "')", makeType(SqlType::NVarChar, 4000), ""};
     if (f == "NEWID")
         return {"lf_newid()", makeType(SqlType::UniqueIdentifier, 16), ""};
     if (f == "GETDATE" || f == "SYSDATETIME" || f == "GETUTCDATE")
@@ -547,8 +551,13 @@ std::string Parser::selectCore(Stmt* top, std::string& limit)
     sql += items;
     if (top && assigns && top->targets.size() == 0)
         syntaxError();
-    if (peek().is("INTO"))
-        throw unsupported("SELECT ... INTO");
+    if (peek().is("INTO")) {
+        if (!top || assigns)
+            syntaxError();
+        ++m_pos;
+        m_selectInto = objectName();
+        touch("CREATE TABLE", *m_selectInto);
+    }
     if (accept("FROM"))
         sql += " FROM " + tableSources();
     if (accept("WHERE"))

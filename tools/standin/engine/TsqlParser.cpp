@@ -121,7 +121,7 @@ std::vector<ParameterDefinition> Parser::parameterList()
         ParameterDefinition d;
         d.name = lowerOf(next().text);
         accept("AS");
-        typeSpec(d.type);
+        parseType(d.type);
         if (acceptOp("="))
             d.defaultExpr = unary().sql;
         if (accept("OUTPUT") || accept("OUT"))
@@ -292,7 +292,7 @@ std::string Parser::fullName(const ObjectName& n)
 }
 
 // Reads "nvarchar(50)", "int", "varchar(max)", "decimal(18, 2)". Returns the T-SQL spelling.
-std::string Parser::typeSpec(ColumnInfo& info)
+std::string Parser::parseType(ColumnInfo& info)
 {
     std::string t = lowerOf(name());
     if (t == "double" && accept("PRECISION"))

@@ -55,6 +55,12 @@ private:
     size_t m_pos = 0;
     std::vector<Stmt> m_out;
     std::map<std::string, ColumnInfo> m_varTypes;
+    struct Loop {
+        size_t start;               // the WHILE's test
+        std::vector<size_t> breaks; // jumps to patch with the loop's end
+    };
+    std::vector<Loop> m_loops;
+    std::optional<ObjectName> m_selectInto; // SELECT ... INTO's new table
 
     // Tokens and names (TsqlParser.cpp)
     const Token& next() { return m_t[m_pos < m_t.size() - 1 ? m_pos++ : m_pos]; }
@@ -72,7 +78,7 @@ private:
     void touch(const char* permission, const ObjectName& n);
     std::string plainTable(const ObjectName& n);
     static std::string fullName(const ObjectName& n);
-    std::string typeSpec(ColumnInfo& info);
+    std::string parseType(ColumnInfo& info);
 
     // Expressions and SELECT (TsqlExpressions.cpp)
     Expr expr() { return orExpr(); }
@@ -117,7 +123,7 @@ private:
     // Other objects, variables, procedures, backup and restore, permissions (TsqlDefinitions.cpp)
     std::string optionValue();
     void withOptions(Stmt& s);
-    void fileSpec(Stmt& s, const std::string& prefix);
+    void fileOptions(Stmt& s, const std::string& prefix);
     void createStatement(int line);
     void dropStatement(int line);
     void procedureDefinition(int line, bool alter);

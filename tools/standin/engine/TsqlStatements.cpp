@@ -33,10 +33,27 @@ void Parser::parseStatementBody()
         s.line = line;
         s.curCmd = 0xC1;
         s.returnsRows = true;
+        m_selectInto.reset();
         std::string sql = selectStatement(&s);
         if (s.kind == StmtKind::SelectAssign)
             s.returnsRows = false;
-        s.sql.push_back(sql);
+        if (m_selectInto) {
+            // SELECT ... INTO makes the table from the query; the columns take SQLite's
+            // affinities (INT, REAL, TEXT) as their types.
+            const ObjectName& t = *m_selectInto;
+            const bool temp = !t.name.empty() && t.name[0] == '#';
+            const std::string table = temp ? "temp." + quoteIdent(t.name) : plainTable(t);
+            s.returnsRows = false;
+            s.curCmd = 0xC2;
+            s.hints.clear();
+            s.namedHints.clear();
+            s.sql.push_back((temp ? "CREATE TEMP TABLE " + quoteIdent(t.name) : "CREATE TABLE " + table) +
+                            " AS " + sql);
+            s.sql.push_back("SELECT count(*) FROM " + table);
+            m_selectInto.reset();
+        } else {
+            s.sql.push_back(sql);
+        }
         m_out.push_back(std::move(s));
     } else if (kw == "INSERT") {
         insertStatement(line);
@@ -86,6 +103,38 @@ void Parser::parseStatementBody()
             if (peek().isName() && !reservedWords().count(peek().upper))
                 ++m_pos;
             emit(StmtKind::BeginTran, line);
+        } else if (accept("TRY")) {
+            // BEGIN TRY ... END TRY BEGIN CATCH ... END CATCH: the session's error handling
+            // jumps from a failing statement of the TRY part to the CATCH part.
+            const size_t tryIndex = m_out.size();
+            emit(StmtKind::TryBegin, line);
+            while (!(peek().is("END") && peek(1).is("TRY"))) {
+                if (atEnd())
+                    syntaxError();
+                if (acceptOp(";"))
+                    continue;
+                parseStatement();
+            }
+            m_pos += 2;
+            emit(StmtKind::TryEnd, line);
+            const size_t jumpIndex = m_out.size();
+            emit(StmtKind::Jump, line);
+            while (acceptOp(";")) {
+            }
+            expect("BEGIN");
+            expect("CATCH");
+            m_out[tryIndex].jumpTarget = m_out.size();
+            while (!(peek().is("END") && peek(1).is("CATCH"))) {
+                if (atEnd())
+                    syntaxError();
+                if (acceptOp(";"))
+                    continue;
+                parseStatement();
+            }
+            m_pos += 2;
+            m_out[jumpIndex].jumpTarget = m_out.size();
+        } else if (peek().is("CATCH") || peek().is("DISTRIBUTED")) {
+            throw unsupported("BEGIN " + peek().upper);
         } else {
             // A block: its statements simply follow each other.
             while (!peek().is("END")) {
@@ -138,9 +187,36 @@ void Parser::parseStatementBody()
         if (!atEnd() && !peek().op(";") &&
             !(peek().kind == TokenKind::Identifier && reservedWords().count(peek().upper)))
             s.args.push_back({"", expr().sql});
-    } else if (kw == "WHILE" || kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" ||
-               kw == "CHECKPOINT" || kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" ||
-               kw == "BULK" || kw == "RECONFIGURE" || kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
+    } else if (kw == "WHILE") {
+        // The loop becomes a test that jumps past it and a jump back to the test.
+        ++m_pos;
+        Expr cond = expr();
+        const size_t start = m_out.size();
+        Stmt& test = emit(StmtKind::IfNot, line);
+        test.args.push_back({"", cond.sql});
+        test.access = std::move(m_pending);
+        m_pending.clear();
+        m_loops.push_back({start, {}});
+        statementBody();
+        emit(StmtKind::Jump, line).jumpTarget = start;
+        const size_t end = m_out.size();
+        m_out[start].jumpTarget = end;
+        for (size_t b : m_loops.back().breaks)
+            m_out[b].jumpTarget = end;
+        m_loops.pop_back();
+    } else if (kw == "BREAK" || kw == "CONTINUE") {
+        ++m_pos;
+        if (m_loops.empty())
+            throw SqlError(kw == "BREAK" ? 135 : 136, 15,
+                           "Cannot use a " + kw + " statement outside the scope of a WHILE statement.");
+        Stmt& jump = emit(StmtKind::Jump, line);
+        if (kw == "CONTINUE")
+            jump.jumpTarget = m_loops.back().start;
+        else
+            m_loops.back().breaks.push_back(m_out.size() - 1);
+    } else if (kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" ||
+               kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" ||
+               kw == "RECONFIGURE" || kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
         throw unsupported("the " + kw + " statement");
     } else {
         syntaxError();
@@ -290,12 +366,18 @@ Parser::ColumnDef Parser::columnDefinition()
     ColumnDef c;
     c.column = name();
     ColumnInfo info;
-    c.type = typeSpec(info);
+    c.type = parseType(info);
     // SQLite's type names take numbers only: (max) is kept as (-1), which reads back as (max).
     if (auto m = c.type.find("(max)"); m != std::string::npos)
         c.type.replace(m, 5, "(-1)");
     if (isCharacterType(info))
         c.type += " COLLATE NOCASE";
+    // SQLite keeps any length; SQL Server refuses text or bytes longer than the column.
+    if ((isCharacterType(info) || info.type == SqlType::VarBinary) && info.maxLength > 0)
+        c.constraints += " CHECK (" +
+                         std::string(info.type == SqlType::VarBinary ? "length(CAST(" : "length((") +
+                         quoteIdent(c.column) + (info.type == SqlType::VarBinary ? " AS BLOB))" : "))") +
+                         " <= " + std::to_string(info.maxLength) + ")";
     for (;;) {
         if (accept("CONSTRAINT")) {
             name();

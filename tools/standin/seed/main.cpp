@@ -44,6 +44,7 @@ struct Options {
     std::string structures;
 };
 
+// Arguments that cannot work (exit status 2); other failures are plain runtime errors (1).
 class SeedError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -94,7 +95,7 @@ void run(Session& session, const std::string& sql)
     CheckingSink sink;
     session.executeBatch(sql, sink);
     if (!sink.errors.empty())
-        throw SeedError(sink.errors.front() + "\n  in: " + sql);
+        throw std::runtime_error(sink.errors.front() + "\n  in: " + sql);
 }
 
 void insertStructure(Session& session, const std::string& cdxml)
@@ -109,7 +110,7 @@ void insertStructure(Session& session, const std::string& cdxml)
     CheckingSink sink;
     session.executeRpc("sp_executesql", params, sink);
     if (!sink.errors.empty())
-        throw SeedError(sink.errors.front());
+        throw std::runtime_error(sink.errors.front());
 }
 
 std::vector<std::string> readStructures(const std::string& source)
@@ -226,7 +227,7 @@ void seed(const Options& o)
     ServerMessage error;
     auto session = instance.login(request, error);
     if (!session)
-        throw SeedError(error.text);
+        throw std::runtime_error(error.text);
 
     run(*session, std::string("IF DB_ID(N'") + kDatabase + "') IS NOT NULL DROP DATABASE " + kDatabase);
     run(*session, std::string("CREATE DATABASE ") + kDatabase);
