@@ -34,6 +34,9 @@ void makeDatabase(StandinMachine& m, const std::string& instance, const std::str
     for (int i = 0; i < rows; ++i)
         c->Execute("INSERT INTO ELN_people (UserName, is_administrator) VALUES (N'user" + std::to_string(i) +
                    "', 0)");
+    // The server ends a session some time after the client closes it; until then the session
+    // would keep the new database in use, and a drop or restore right after would be refused.
+    c->Execute("USE master");
 }
 
 } // namespace
