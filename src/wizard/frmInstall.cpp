@@ -53,6 +53,15 @@ public:
     WaitCursor& operator=(const WaitCursor&) = delete;
 };
 
+// One instance of every page for the whole run, named as the frame knows it.
+template <class Page, class... Args>
+Page* makePage(const char* name, Args&&... args)
+{
+    auto* page = new Page(std::forward<Args>(args)...);
+    page->setObjectName(name);
+    return page;
+}
+
 QPushButton* makeButton(const char* name, const char* caption, QWidget* parent)
 {
     auto* b = new QPushButton(caption, parent);
@@ -126,28 +135,18 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     connect(cmdCancel, &QPushButton::clicked, this, &frmInstall::cmdCancel_Click);
     connect(cmdDone, &QPushButton::clicked, this, &frmInstall::cmdDone_Click);
 
-    mWelcomeCtl = new WelcomeCtl(this);
-    mWelcomeCtl->setObjectName("mWelcomeCtl");
-    mTaskPickerCtl = new TaskPickerCtl(this);
-    mTaskPickerCtl->setObjectName("mTaskPickerCtl");
-    mSQLServerCtl = new SQLServerCtl([this] { return QString::fromStdString(m_localServerName); }, this);
-    mSQLServerCtl->setObjectName("mSQLServerCtl");
-    mSQLDatabaseCtl = new SQLDatabaseCtl(this);
-    mSQLDatabaseCtl->setObjectName("mSQLDatabaseCtl");
-    mMSTFileLocationCtl = new MSTFileLocationCtl(this);
-    mMSTFileLocationCtl->setObjectName("mMSTFileLocationCtl");
-    mMSTFileUpdateCtl = new MSTFileUpdateCtl(this);
-    mMSTFileUpdateCtl->setObjectName("mMSTFileUpdateCtl");
-    mServiceDirectoryCtl = new ServiceDirectoryCtl(this);
-    mServiceDirectoryCtl->setObjectName("mServiceDirectoryCtl");
-    mDBMigrateUpdateCtl = new DBMigrateUpdateCtl(this);
-    mDBMigrateUpdateCtl->setObjectName("mDBMigrateUpdateCtl");
-    mServiceNameCtl = new ServiceNameCtl(this);
-    mServiceNameCtl->setObjectName("mServiceNameCtl");
-    mServiceFileCtl = new ServiceFileCtl(this);
-    mServiceFileCtl->setObjectName("mServiceFileCtl");
-    mBackupDirectoryCtl = new BackupDirectoryCtl(this);
-    mBackupDirectoryCtl->setObjectName("mBackupDirectoryCtl");
+    mWelcomeCtl = makePage<WelcomeCtl>("mWelcomeCtl", this);
+    mTaskPickerCtl = makePage<TaskPickerCtl>("mTaskPickerCtl", this);
+    mSQLServerCtl = makePage<SQLServerCtl>(
+        "mSQLServerCtl", [this] { return QString::fromStdString(m_localServerName); }, this);
+    mSQLDatabaseCtl = makePage<SQLDatabaseCtl>("mSQLDatabaseCtl", this);
+    mMSTFileLocationCtl = makePage<MSTFileLocationCtl>("mMSTFileLocationCtl", this);
+    mMSTFileUpdateCtl = makePage<MSTFileUpdateCtl>("mMSTFileUpdateCtl", this);
+    mServiceDirectoryCtl = makePage<ServiceDirectoryCtl>("mServiceDirectoryCtl", this);
+    mDBMigrateUpdateCtl = makePage<DBMigrateUpdateCtl>("mDBMigrateUpdateCtl", this);
+    mServiceNameCtl = makePage<ServiceNameCtl>("mServiceNameCtl", this);
+    mServiceFileCtl = makePage<ServiceFileCtl>("mServiceFileCtl", this);
+    mBackupDirectoryCtl = makePage<BackupDirectoryCtl>("mBackupDirectoryCtl", this);
     for (WizardPage* page : pages())
         page->hide();
     connect(mTaskPickerCtl, &TaskPickerCtl::taskChanged, this, &frmInstall::updateNextAvailability);
