@@ -20,10 +20,7 @@ constexpr int kButtonWidth = 75;
 // The input pages' face before the language adjustment picks face and size for the locale.
 void setPageFont(QWidget* widget)
 {
-    QFont font = widget->font();
-    font.setFamily(QStringLiteral("Verdana"));
-    widget->setFont(font);
-    LanguageUtils::ApplyLanguageFont(widget, false, 0);
+    LanguageUtils::ApplyLanguageFont(widget, QStringLiteral("Verdana"), false, 0);
 }
 } // namespace
 

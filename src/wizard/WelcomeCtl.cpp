@@ -9,15 +9,13 @@ WelcomeCtl::WelcomeCtl(QWidget* parent) : WizardPage(parent)
     m_lblTop = new QLabel("Welcome to the Multi-User System Administration Wizard", this);
     m_lblTop->setObjectName("lblTop");
     m_lblTop->setWordWrap(true);
-    m_lblTop->setFont(QFont("Arial"));
-    LanguageUtils::ApplyLanguageFont(m_lblTop, true, 2);
+    LanguageUtils::ApplyLanguageFont(m_lblTop, "Arial", true, 2);
 
     m_lblHeader = new QLabel(
         "This wizard will let you perform several administrative tasks. To continue, click Next.", this);
     m_lblHeader->setObjectName("lblHeader");
     m_lblHeader->setWordWrap(true);
-    m_lblHeader->setFont(QFont("Arial"));
-    LanguageUtils::ApplyLanguageFont(m_lblHeader, false, 0);
+    LanguageUtils::ApplyLanguageFont(m_lblHeader, "Arial", false, 0);
 }
 
 void WelcomeCtl::resizeEvent(QResizeEvent* event)

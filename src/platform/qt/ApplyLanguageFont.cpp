@@ -25,4 +25,12 @@ void ApplyLanguageFont(QWidget* widget, bool bold, int baseSize)
     widget->setFont(f);
 }
 
+void ApplyLanguageFont(QWidget* widget, const QString& designFace, bool bold, int baseSize)
+{
+    QFont f = widget->font();
+    f.setFamily(designFace);
+    ApplyLanguageFont(f, bold, baseSize);
+    widget->setFont(f);
+}
+
 }  // namespace LanguageUtils

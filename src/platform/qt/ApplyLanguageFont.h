@@ -1,6 +1,7 @@
 #pragma once
 
 class QFont;
+class QString;
 class QWidget;
 
 namespace LanguageUtils {
@@ -12,5 +13,8 @@ void ApplyLanguageFont(QFont& font, bool bold, int baseSize);
 
 // The same, applied to a widget's own font.
 void ApplyLanguageFont(QWidget* widget, bool bold, int baseSize);
+
+// A control's design face ("Verdana", "Arial"...) and then the adjustment for the locale.
+void ApplyLanguageFont(QWidget* widget, const QString& designFace, bool bold, int baseSize);
 
 }  // namespace LanguageUtils

@@ -1,20 +1,9 @@
 #include "PageControls.h"
 
-#include "ApplyLanguageFont.h"
-
 #include <QComboBox>
-#include <QFont>
 #include <QWidget>
 
 namespace PageControls {
-
-void applyPageFont(QWidget* widget, const QString& family)
-{
-    QFont font = widget->font();
-    font.setFamily(family);
-    widget->setFont(font);
-    LanguageUtils::ApplyLanguageFont(widget, false, 0);
-}
 
 void addItemKeepingText(QComboBox* box, const QString& text)
 {

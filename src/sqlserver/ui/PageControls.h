@@ -8,9 +8,6 @@ class QWidget;
 // Small helpers shared by the server and database pages and the MSDE dialog.
 namespace PageControls {
 
-// The pages' face before the language adjustment picks face and size for the locale.
-void applyPageFont(QWidget* widget, const QString& family);
-
 // Adds an item without touching the box's text or selection: Qt selects the first item put
 // into an empty combo box, the pages expect the typed or preset text to stay until they
 // select an item themselves.

@@ -1,5 +1,6 @@
 #include "SQLDatabaseCtl.h"
 
+#include "ApplyLanguageFont.h"
 #include "PageControls.h"
 #include "ServerConnection.h"
 
@@ -21,8 +22,8 @@ SQLDatabaseCtl::SQLDatabaseCtl(QWidget* parent)
     lblDatabase->setObjectName(QStringLiteral("lblDatabase"));
     cmbDatabase->setEditable(true);
     cmbDatabase->setInsertPolicy(QComboBox::NoInsert);
-    PageControls::applyPageFont(cmbDatabase, QStringLiteral("Verdana"));
-    PageControls::applyPageFont(lblDatabase, QStringLiteral("Verdana"));
+    LanguageUtils::ApplyLanguageFont(cmbDatabase, QStringLiteral("Verdana"), false, 0);
+    LanguageUtils::ApplyLanguageFont(lblDatabase, QStringLiteral("Verdana"), false, 0);
 
     lblDatabase->adjustSize();
     lblDatabase->move(kMargin, kMargin);

@@ -1,6 +1,7 @@
 #include "SQLServerCtl.h"
 
 #include "LfError.h"
+#include "ApplyLanguageFont.h"
 #include "PageControls.h"
 #include "SQLServerUtils.h"
 #include "ServerManager.h"
@@ -65,7 +66,7 @@ SQLServerCtl::SQLServerCtl(LocalServerNameSource localServerName, QWidget* paren
 
     for (QWidget* w : {static_cast<QWidget*>(cmbServerList), static_cast<QWidget*>(mScanningLabel),
                        static_cast<QWidget*>(lblServer), static_cast<QWidget*>(mRescanButton)})
-        PageControls::applyPageFont(w, QStringLiteral("Verdana"));
+        LanguageUtils::ApplyLanguageFont(w, QStringLiteral("Verdana"), false, 0);
 
     lblServer->adjustSize();
     lblServer->move(kMargin, kMargin);
