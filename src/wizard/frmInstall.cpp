@@ -5,9 +5,12 @@
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
 #include "MSTFileUpdateCtl.h"
+#include "MigrationValues.h"
 #include "PageHeaders.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
+#include "SQLServerUtils.h"
+#include "ShellFolders.h"
 #include "ServiceDirectoryCtl.h"
 #include "ServiceFileCtl.h"
 #include "ServiceNameCtl.h"
@@ -330,13 +333,49 @@ void frmInstall::ShowServiceFilePage()
     showInputPage(mServiceFileCtl, ServiceFilePage);
 }
 
+// Reads the pages; asking whether the target server is this computer connects to it, and a
+// failure there is raised to the Next handler that showed the summary.
+MigrationValues frmInstall::migrationValues() const
+{
+    MigrationInputs in;
+    in.localServerName = m_localServerName;
+    in.desktopDatabaseName = m_desktopDatabaseName;
+    in.serverName = mSQLServerCtl->ServerName().toStdString();
+    in.databaseName = mSQLDatabaseCtl->DatabaseName().toStdString();
+    in.appDataFolder = ShellFolders::GetCommonAppDataFolder();
+    in.indexPath = mMSTFileLocationCtl->Path().toStdString();
+    in.serviceFolder = mServiceDirectoryCtl->DirectoryPath().toStdString();
+    in.serviceName = mServiceNameCtl->ServiceName().toStdString();
+    in.backupFolder = mBackupDirectoryCtl->DirectoryPath().toStdString();
+    in.targetIsLocal = SQLServerUtils::IsLocalServer(in.serverName);
+    return AssembleMigrationValues(in);
+}
+
 void frmInstall::ShowSummaryPage()
 {
     lblBottom->setText("You specified the following parameters:");
     applyHeader(SummaryHeader(task(), mServiceFileCtl->Path().toStdString()));
+    WizardPage* summary = nullptr;
+    if (task() == TaskPickerCtl::MigrateDatabase) {
+        const MigrationValues v = migrationValues();
+        auto q = [](const std::string& s) { return QString::fromStdString(s); };
+        mDBMigrateUpdateCtl->Initialize(q(v.SrcServerName), q(v.SrcDBName), q(v.TargetServerName),
+                                        q(v.TargetDBName), q(v.SrcMSTFilePath), q(v.TargetMSTFilePath),
+                                        q(v.UDLPath), q(v.ServerConfigPath), q(v.ServiceConfigPath),
+                                        q(v.ServiceName), q(v.BackupFilePath));
+        summary = mDBMigrateUpdateCtl;
+    } else if (task() == TaskPickerCtl::RebuildIndex) {
+        mMSTFileUpdateCtl->Initialize(mSQLServerCtl->ServerName(), mSQLDatabaseCtl->DatabaseName(),
+                                      mMSTFileLocationCtl->Path());
+        summary = mMSTFileUpdateCtl;
+    }
     for (WizardPage* p : pages())
-        p->hide();
-    cmdNext->setEnabled(true);
+        if (p != summary)
+            p->hide();
+    if (summary) {
+        summary->show();
+        summary->raise();
+    }
     m_currentPage = SummaryPage;
     updateNextAvailability();
 }

@@ -21,6 +21,7 @@ class ServiceNameCtl;
 class TaskPickerCtl;
 class WelcomeCtl;
 class WizardPage;
+struct MigrationValues;
 struct PageHeader;
 
 // The wizard's only main window: a header band, one content area showing one page at a time,
@@ -55,6 +56,7 @@ public:
     const std::string& LocalServerName() const { return m_localServerName; }
     const std::string& ServerLoginName() const { return m_serverLoginName; }
     const std::string& ServerLoginPWD() const { return m_serverLoginPWD; }
+    const std::string& DesktopDatabaseName() const { return m_desktopDatabaseName; }
 
     WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
     TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
@@ -104,6 +106,7 @@ private:
     void showInputPage(WizardPage* page, Page number);
     void applyHeader(const PageHeader& header);
     int32_t task() const;
+    MigrationValues migrationValues() const;
     void updateNextAvailability();
     void reportNextError(const std::string& description);
 
@@ -138,4 +141,5 @@ private:
     std::string m_localServerName;
     std::string m_serverLoginName;
     std::string m_serverLoginPWD;
+    std::string m_desktopDatabaseName;
 };

@@ -1,4 +1,7 @@
+#include "DBMigrateUpdateCtl.h"
 #include "FakeServerManager.h"
+#include "LfError.h"
+#include "MSTFileUpdateCtl.h"
 #include "RegistryFixture.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
@@ -10,6 +13,7 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
@@ -249,9 +253,11 @@ TEST_F(FrameTest, EveryShowProcedureLeavesExactlyOnePageVisibleInThePageRectangl
         EXPECT_TRUE(page->isVisible()) << s.name;
         EXPECT_EQ(page->geometry(), window->pageRect()) << s.name;
     }
+    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mConnectOption"), Qt::LeftButton);
     window->ShowSummaryPage();
     EXPECT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
-    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Migrate Database");
+    EXPECT_EQ(visiblePages(), 0);
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Create Connection To Service");
 }
 
 TEST_F(FrameTest, ShowingAnInputPageGivesItsFieldTheFocus)
@@ -311,4 +317,85 @@ TEST_F(FrameTest, DatabasePageHeaderFollowsTheTask)
     window->cmdBack_Click();
     EXPECT_EQ(window->CurrentPage(), frmInstall::ServerPage);
     EXPECT_EQ(visiblePages(), 1);
+}
+
+namespace {
+
+// A machine whose registry also names the shared application-data folder.
+class SummaryTest : public FrameTest {
+protected:
+    SummaryTest()
+        : FrameTest(std::string(regtext::kHeader) + regtext::kInstancesMssqlVeldrin + regtext::kProductKey +
+                    regtext::kChemistryKey +
+                    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell "
+                    "Folders]\r\n\"Common AppData\"=\"/var/lib/common\"\r\n")
+    {
+        window->cmdNext_Click();
+        child<QComboBox>("cmbServerList")->setEditText("LABSRV2\\CHEM");
+        child<QComboBox>("cmbDatabase")->setEditText("ChemDB");
+        child<QLineEdit>("mMSTFileLocationTextBox")->setText("/srv/share/index");
+        child<QLineEdit>("Text1")->setText("Chemistry");
+        child<QLineEdit>("mServiceDirectoryTextBox")->setText("/srv/share/services");
+        child<QLineEdit>("mBackupDirectoryTextBox")->setText("/srv/share/backup");
+        FakeServerManager::Server remote;
+        remote.workstationName = "PC1";
+        remote.netName = "LABSRV2";
+        servers->servers["LABSRV2\\CHEM"] = remote;
+    }
+
+    void choose(const char* option)
+    {
+        QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>(option), Qt::LeftButton);
+    }
+};
+
+}  // namespace
+
+TEST_F(SummaryTest, RebuildSummaryShowsServerDatabaseAndFolder)
+{
+    choose("mRebuildMolIDsOption");
+    window->ShowSummaryPage();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_TRUE(window->indexSummaryPage()->isVisible());
+    EXPECT_EQ(window->indexSummaryPage()->summaryText(),
+              "Server: LABSRV2\\CHEM\r\nDatabase: ChemDB\r\nMST File Location: /srv/share/index");
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Build the MST File");
+    EXPECT_EQ(child<QLabel>("lblBottom")->text(), "You specified the following parameters:");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "&Build");
+    EXPECT_EQ(window->indexSummaryPage()->geometry(), window->pageRect());
+}
+
+TEST_F(SummaryTest, MigrationSummaryToARemoteServerNamesTheBackupFile)
+{
+    window->ShowSummaryPage();
+    EXPECT_EQ(visiblePages(), 1);
+    EXPECT_TRUE(window->migrationSummaryPage()->isVisible());
+    const QString text = window->migrationSummaryPage()->summaryText();
+    EXPECT_TRUE(text.contains("\r\n  Server: LABSRV2\\CHEM\r\n  Database: ChemDB\r\n")) << text.toStdString();
+    EXPECT_TRUE(text.contains("  Chemical Structure Index File: /var/lib/common/Labfolio 10.0/Labfolio.mst\r\n"))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains("Service Name: Chemistry\r\n")) << text.toStdString();
+    EXPECT_TRUE(text.endsWith("Database Backup File: /srv/share/backup/ChemDB.bak")) << text.toStdString();
+    EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Migrate Database");
+    EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "&Migrate");
+}
+
+TEST_F(SummaryTest, MigrationSummaryToThisComputerKeepsTheBackupLocal)
+{
+    servers->servers["LABSRV2\\CHEM"].netName = "PC1";
+    window->ShowSummaryPage();
+    EXPECT_TRUE(window->migrationSummaryPage()->summaryText().endsWith("Database Backup File: (local path)"));
+}
+
+TEST_F(SummaryTest, AServerThatCannotBeAskedIsReportedWithTheLocalServerTestsWords)
+{
+    child<QComboBox>("cmbServerList")->setEditText("NOWHERE");
+    try {
+        window->ShowSummaryPage();
+        FAIL() << "no error";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.source(), "DBMigrateProgressCtl.IsLocalServer");
+        EXPECT_EQ(e.description().rfind("while testing whether the server \"NOWHERE\" is a local server, ", 0), 0u);
+    }
 }
