@@ -1,36 +1,20 @@
 #include "Registry.h"
 
 #include <cstring>
-#include <mutex>
 
 namespace reg {
 
 std::shared_ptr<Registry> createMachineRegistry();   // win32/ or posix/
 
-namespace {
-std::mutex g_mutex;
-std::shared_ptr<Registry> g_registry;
-}  // namespace
+ServiceSlot<Registry>& registrySlot()
+{
+    static ServiceSlot<Registry> slot(createMachineRegistry);
+    return slot;
+}
 
 Registry& machineRegistry()
 {
-    std::lock_guard lock(g_mutex);
-    if (!g_registry)
-        g_registry = createMachineRegistry();
-    return *g_registry;
-}
-
-ScopedRegistryOverride::ScopedRegistryOverride(std::shared_ptr<Registry> registry)
-{
-    std::lock_guard lock(g_mutex);
-    m_previous = std::move(g_registry);
-    g_registry = std::move(registry);
-}
-
-ScopedRegistryOverride::~ScopedRegistryOverride()
-{
-    std::lock_guard lock(g_mutex);
-    g_registry = std::move(m_previous);
+    return registrySlot().get();
 }
 
 std::optional<std::string> readValue512(Hive hive, const std::string& subKey, const std::string& valueName)

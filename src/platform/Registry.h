@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+
+#include "ServiceSlot.h"
 #include <string>
 
 // The read-only slice of the Windows registry API that the wizard uses, kept in the Win32
@@ -54,16 +56,8 @@ public:
 Registry& machineRegistry();
 
 // Tests replace the machine registry for their own scope.
-class ScopedRegistryOverride {
-public:
-    explicit ScopedRegistryOverride(std::shared_ptr<Registry> registry);
-    ~ScopedRegistryOverride();
-    ScopedRegistryOverride(const ScopedRegistryOverride&) = delete;
-    ScopedRegistryOverride& operator=(const ScopedRegistryOverride&) = delete;
-
-private:
-    std::shared_ptr<Registry> m_previous;
-};
+ServiceSlot<Registry>& registrySlot();
+using ScopedRegistryOverride = ScopedServiceOverride<Registry, registrySlot>;
 
 // Opens a key read-only, queries one value into a 512-byte buffer and keeps the first
 // (returned size - 1) bytes: the final terminator is dropped, NULs between the names of a

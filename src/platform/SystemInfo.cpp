@@ -1,37 +1,21 @@
 #include "SystemInfo.h"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 namespace sys {
 
 std::shared_ptr<SystemInfo> createMachineSystemInfo();   // win32/ or posix/
 
-namespace {
-std::mutex g_mutex;
-std::shared_ptr<SystemInfo> g_system;
-}  // namespace
+ServiceSlot<SystemInfo>& systemSlot()
+{
+    static ServiceSlot<SystemInfo> slot(createMachineSystemInfo);
+    return slot;
+}
 
 SystemInfo& machine()
 {
-    std::lock_guard lock(g_mutex);
-    if (!g_system)
-        g_system = createMachineSystemInfo();
-    return *g_system;
-}
-
-ScopedSystemOverride::ScopedSystemOverride(std::shared_ptr<SystemInfo> system)
-{
-    std::lock_guard lock(g_mutex);
-    m_previous = std::move(g_system);
-    g_system = std::move(system);
-}
-
-ScopedSystemOverride::~ScopedSystemOverride()
-{
-    std::lock_guard lock(g_mutex);
-    g_system = std::move(m_previous);
+    return systemSlot().get();
 }
 
 uint32_t lcidFromLocaleName(const std::string& localeName)

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "ServiceSlot.h"
+
 namespace sys {
 
 // TIME_ZONE_INFORMATION reduced to what the wizard reads; minutes, UTC = local + bias.
@@ -34,16 +36,8 @@ public:
 
 SystemInfo& machine();
 
-class ScopedSystemOverride {
-public:
-    explicit ScopedSystemOverride(std::shared_ptr<SystemInfo> system);
-    ~ScopedSystemOverride();
-    ScopedSystemOverride(const ScopedSystemOverride&) = delete;
-    ScopedSystemOverride& operator=(const ScopedSystemOverride&) = delete;
-
-private:
-    std::shared_ptr<SystemInfo> m_previous;
-};
+ServiceSlot<SystemInfo>& systemSlot();
+using ScopedSystemOverride = ScopedServiceOverride<SystemInfo, systemSlot>;
 
 // POSIX locale name ("de_DE.UTF-8", "en_IN", "C") to the Windows locale identifier; 1033 for
 // the C and POSIX locales and for anything unknown.

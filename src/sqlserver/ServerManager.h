@@ -5,6 +5,7 @@
 
 #include "ConnectOptions.h"
 #include "NameList.h"
+#include "ServiceSlot.h"
 #include "ServerConnection.h"
 
 namespace sqlserver {
@@ -25,15 +26,7 @@ public:
 ServerManager& serverManager();
 
 // Tests replace the process's server manager for their own scope.
-class ScopedServerManagerOverride {
-public:
-    explicit ScopedServerManagerOverride(std::shared_ptr<ServerManager> manager);
-    ~ScopedServerManagerOverride();
-    ScopedServerManagerOverride(const ScopedServerManagerOverride&) = delete;
-    ScopedServerManagerOverride& operator=(const ScopedServerManagerOverride&) = delete;
-
-private:
-    std::shared_ptr<ServerManager> m_previous;
-};
+ServiceSlot<ServerManager>& serverManagerSlot();
+using ScopedServerManagerOverride = ScopedServiceOverride<ServerManager, serverManagerSlot>;
 
 } // namespace sqlserver

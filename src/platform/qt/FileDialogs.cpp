@@ -10,13 +10,6 @@
 namespace dialogs {
 namespace {
 
-// Dialogs are opened from the user-interface thread only, so no lock is needed.
-std::shared_ptr<FileDialogs>& current()
-{
-    static std::shared_ptr<FileDialogs> instance;
-    return instance;
-}
-
 // The common dialog's read-only test is the file's read-only attribute; on POSIX systems a
 // file without write permission for anyone, or one this user may not write, stands for it.
 bool isReadOnlyFile(const QString& name)
@@ -95,27 +88,20 @@ public:
 
 } // namespace
 
+ServiceSlot<FileDialogs>& fileDialogsSlot()
+{
+    static ServiceSlot<FileDialogs> slot(makeQtFileDialogs);
+    return slot;
+}
+
 FileDialogs& fileDialogs()
 {
-    if (!current())
-        current() = makeQtFileDialogs();
-    return *current();
+    return fileDialogsSlot().get();
 }
 
 std::shared_ptr<FileDialogs> makeQtFileDialogs()
 {
     return std::make_shared<QtFileDialogs>();
-}
-
-ScopedFileDialogsOverride::ScopedFileDialogsOverride(std::shared_ptr<FileDialogs> dialogs)
-    : m_previous(std::move(current()))
-{
-    current() = std::move(dialogs);
-}
-
-ScopedFileDialogsOverride::~ScopedFileDialogsOverride()
-{
-    current() = std::move(m_previous);
 }
 
 std::optional<QString> BrowseForFolder(QWidget* owner, const QString& title, unsigned flags)

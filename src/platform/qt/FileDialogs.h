@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ServiceSlot.h"
 #include <QString>
 #include <QStringList>
 
@@ -73,16 +74,8 @@ FileDialogs& fileDialogs();
 std::shared_ptr<FileDialogs> makeQtFileDialogs();
 
 // Tests replace the dialogs for their own scope.
-class ScopedFileDialogsOverride {
-public:
-    explicit ScopedFileDialogsOverride(std::shared_ptr<FileDialogs> dialogs);
-    ~ScopedFileDialogsOverride();
-    ScopedFileDialogsOverride(const ScopedFileDialogsOverride&) = delete;
-    ScopedFileDialogsOverride& operator=(const ScopedFileDialogsOverride&) = delete;
-
-private:
-    std::shared_ptr<FileDialogs> m_previous;
-};
+ServiceSlot<FileDialogs>& fileDialogsSlot();
+using ScopedFileDialogsOverride = ScopedServiceOverride<FileDialogs, fileDialogsSlot>;
 
 // The folder-browsing operation the pages share: empty optional when the user cancels; the
 // folder's path otherwise, cut before its first NUL character as the shell's path buffer is,
