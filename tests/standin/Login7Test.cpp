@@ -1,4 +1,5 @@
 #include "Login7.h"
+#include "Login7Builder.h"
 #include "PreLogin.h"
 
 #include <gtest/gtest.h>
@@ -7,46 +8,22 @@ using namespace standin::tds;
 
 namespace {
 
-// A LOGIN7 record as a client builds it.
+// A LOGIN7 record from a client named WS1.
 Bytes buildLogin(uint32_t version, const std::string& user, const std::string& password,
                  const std::string& db)
 {
-    const std::string fields[] = {"WS1", user, password, "app", "srv", "", "ODBC", "", db};
-    ByteWriter fixed;
-    ByteWriter data;
-    const size_t headerSize =
-        36 + 9 * 4 + 6 + 4 * 5; // offsets block incl. client id, SSPI, attach, change pw, long SSPI
-    fixed.u32(0);
-    fixed.u32(version);
-    fixed.u32(8192);
-    fixed.u32(7);
-    fixed.u32(1234);
-    fixed.u32(0);
-    fixed.u8(0xE0);
-    fixed.u8(0x03);
-    fixed.u8(0);
-    fixed.u8(0);
-    fixed.u32(0);
-    fixed.u32(0x409);
-    for (size_t i = 0; i < 9; ++i) {
-        Bytes text = utf8ToUtf16le(fields[i]);
-        if (i == 2)
-            for (uint8_t& b : text)
-                b = static_cast<uint8_t>(((b << 4) | (b >> 4)) ^ 0xA5);
-        fixed.u16(static_cast<uint16_t>(headerSize + data.size()));
-        fixed.u16(static_cast<uint16_t>(text.size() / 2));
-        data.raw(text);
-    }
-    for (int i = 0; i < 6; ++i)
-        fixed.u8(0);
-    for (int i = 0; i < 5; ++i)
-        fixed.u32(0);
-    Bytes all = fixed.bytes();
-    all.insert(all.end(), data.bytes().begin(), data.bytes().end());
-    const auto total = static_cast<uint32_t>(all.size());
-    all[0] = total & 0xFF;
-    all[1] = (total >> 8) & 0xFF;
-    return all;
+    Login7Fields f;
+    f.hostName = "WS1";
+    f.userName = user;
+    f.password = password;
+    f.appName = "app";
+    f.serverName = "srv";
+    f.libraryName = "ODBC";
+    f.database = db;
+    f.tdsVersion = version;
+    f.packetSize = 8192;
+    f.processId = 1234;
+    return buildLogin7(f);
 }
 
 } // namespace

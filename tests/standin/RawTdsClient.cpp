@@ -1,5 +1,7 @@
 #include "RawTdsClient.h"
 
+#include "Login7Builder.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -121,42 +123,12 @@ bool RawTdsClient::closedByServer(int timeoutMs)
 Bytes RawTdsClient::buildLogin7(const std::string& user, const std::string& password,
                                 const std::string& database)
 {
-    const std::string fields[] = {"rawclient", user,  password, "RawTdsClient", "127.0.0.1",
-                                  "",          "raw", "",       database};
-    constexpr size_t headerSize = 36 + 9 * 4 + 6 + 4 * 5;
-    ByteWriter fixed;
-    ByteWriter data;
-    fixed.u32(0);
-    fixed.u32(0x74000004);
-    fixed.u32(4096);
-    fixed.u32(7);
-    fixed.u32(static_cast<uint32_t>(::getpid()));
-    fixed.u32(0);
-    fixed.u8(0xE0);
-    fixed.u8(0x03);
-    fixed.u8(0);
-    fixed.u8(0);
-    fixed.u32(0);
-    fixed.u32(0x409);
-    for (size_t i = 0; i < 9; ++i) {
-        Bytes text = utf8ToUtf16le(fields[i]);
-        if (i == 2)
-            for (uint8_t& b : text)
-                b = static_cast<uint8_t>(((b << 4) | (b >> 4)) ^ 0xA5);
-        fixed.u16(static_cast<uint16_t>(headerSize + data.size()));
-        fixed.u16(static_cast<uint16_t>(text.size() / 2));
-        data.raw(text);
-    }
-    for (int i = 0; i < 6; ++i)
-        fixed.u8(0);
-    for (int i = 0; i < 5; ++i)
-        fixed.u32(0);
-    Bytes all = fixed.bytes();
-    all.insert(all.end(), data.bytes().begin(), data.bytes().end());
-    const auto total = static_cast<uint32_t>(all.size());
-    all[0] = total & 0xFF;
-    all[1] = (total >> 8) & 0xFF;
-    return all;
+    Login7Fields f;
+    f.userName = user;
+    f.password = password;
+    f.database = database;
+    f.processId = static_cast<uint32_t>(::getpid());
+    return ::buildLogin7(f);
 }
 
 std::vector<RawToken> RawTdsClient::login(const std::string& user, const std::string& password,
