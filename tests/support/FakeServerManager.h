@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 // A server manager with a network list and servers chosen by the test. Connect may be called
@@ -40,8 +41,13 @@ public:
     // Runs at the start of every Connect, on the thread that calls it.
     std::function<void(const sqlserver::ConnectOptions&)> onConnect;
 
+    // The listing takes this long, as the browsers' broadcast window does.
+    std::chrono::milliseconds listDelay{0};
+
     sqlserver::NameList ListAvailableSQLServers() override
     {
+        if (listDelay.count() > 0)
+            std::this_thread::sleep_for(listDelay);
         std::lock_guard lock(m_mutex);
         ++m_listCalls;
         const auto& list = networkLists[std::min(m_listCalls, networkLists.size()) - 1];

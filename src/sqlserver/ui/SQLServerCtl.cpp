@@ -7,6 +7,8 @@
 #include "ServerManager.h"
 
 #include <QComboBox>
+#include <QEventLoop>
+#include <QFutureWatcher>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -14,6 +16,7 @@
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <optional>
 #include <utility>
 
 namespace {
@@ -25,6 +28,31 @@ constexpr int kCaptionGap = 6;
 constexpr int kComboWidth = 360;
 constexpr int kRowGap = 12;
 constexpr int kProgressWidth = 260;
+
+// The network's server list. The browsers' answers take a broadcast window to collect, so the
+// request runs on a worker while the window keeps painting; the user's input waits until the
+// list is in, so the page sees the same order of events as with a direct call.
+sqlserver::NameList listNetworkServers()
+{
+    QFutureWatcher<std::optional<sqlserver::NameList>> watcher;
+    std::optional<LfError> failure;
+    QEventLoop wait;
+    QObject::connect(&watcher, &QFutureWatcherBase::finished, &wait, &QEventLoop::quit);
+    watcher.setFuture(QtConcurrent::run([&failure]() -> std::optional<sqlserver::NameList> {
+        try {
+            return sqlserver::serverManager().ListAvailableSQLServers();
+        } catch (const LfError& e) {
+            failure = e;
+            return std::nullopt;
+        }
+    }));
+    if (!watcher.isFinished())
+        wait.exec(QEventLoop::ExcludeUserInputEvents);
+    watcher.waitForFinished();
+    if (failure)
+        throw *failure;
+    return *watcher.result();
+}
 
 // One probe, run on a worker thread: a Windows login to the server, qualified when the login
 // may create databases. The connection never leaves this function. A server that cannot be
@@ -155,7 +183,7 @@ void SQLServerCtl::FillServerList()
 {
     sqlserver::NameList servers;
     try {
-        servers = sqlserver::serverManager().ListAvailableSQLServers();
+        servers = listNetworkServers();
     } catch (const LfError&) {
         // The fill ends here and the page stays usable: a name can still be typed, and Rescan
         // asks the network again.
@@ -302,7 +330,7 @@ void SQLServerCtl::onRescanClicked()
     mRescanButton->hide();
     sqlserver::NameList servers;
     try {
-        servers = sqlserver::serverManager().ListAvailableSQLServers();
+        servers = listNetworkServers();
     } catch (const LfError&) {
         // Nothing to scan: the button comes back so that the user can try again.
         mRescanButton->show();

@@ -435,3 +435,34 @@ TEST_F(ServerPageTest, TheFocusGoesToTheServerList)
 }
 
 } // namespace
+
+// The network list takes the browsers' broadcast window to come in. Meanwhile the window keeps
+// handling its events (a timer, a repaint), but the user's input waits for the list.
+TEST_F(ServerPageTest, TheWindowKeepsWorkingWhileTheNetworkIsAsked)
+{
+    network({"LABSRV1"});
+    machine.manager->listDelay = std::chrono::milliseconds(300);
+    bool returned = false;
+    bool deliveredBeforeTheListIsIn = false;
+    QTimer::singleShot(0, [&] { deliveredBeforeTheListIsIn = !returned; });
+    page->CheckList();
+    returned = true;
+    EXPECT_TRUE(deliveredBeforeTheListIsIn);
+    EXPECT_EQ(combo->itemText(0), "LABSRV1");
+}
+
+TEST_F(ServerPageTest, RescanAsksTheNetworkWithoutFreezingTheWindow)
+{
+    network({});
+    page->CheckList();
+    ASSERT_TRUE(rescan->isVisibleTo(page.get()));
+    machine.manager->networkLists = {std::vector<std::string>{}, std::vector<std::string>{"LABSRV1"}};
+    machine.manager->listDelay = std::chrono::milliseconds(300);
+    bool returned = false;
+    bool deliveredBeforeTheListIsIn = false;
+    QTimer::singleShot(0, [&] { deliveredBeforeTheListIsIn = !returned; });
+    rescan->click();
+    returned = true;
+    EXPECT_TRUE(deliveredBeforeTheListIsIn);
+    EXPECT_TRUE(page->isScanPending());
+}
