@@ -155,9 +155,7 @@ void Parser::dropStatement(int line)
         ObjectName n = objectName();
         if (accept("ON"))
             objectName();
-        Stmt& s = emit(StmtKind::Query, line);
-        s.curCmd = 0xC9;
-        s.sql.push_back("DROP INDEX " + quoteIdent(n.name));
+        emitQuery(line, 0xC9, "DROP INDEX " + quoteIdent(n.name));
     } else if (accept("PROC") || accept("PROCEDURE")) {
         Stmt& s = emit(StmtKind::DropProcedure, line);
         if (accept("IF")) {

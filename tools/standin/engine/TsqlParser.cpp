@@ -215,6 +215,20 @@ Stmt& Parser::emit(StmtKind kind, int line)
     return m_out.back();
 }
 
+void Parser::emitQuery(int line, uint16_t curCmd, std::string sql)
+{
+    Stmt& s = emit(StmtKind::Query, line);
+    s.curCmd = curCmd;
+    s.sql.push_back(std::move(sql));
+}
+
+std::string Parser::whereTail(const char* statement)
+{
+    if (peek().is("FROM"))
+        throw unsupported(std::string(statement) + " ... FROM");
+    return accept("WHERE") ? " WHERE " + expr().sql : std::string();
+}
+
 ObjectName Parser::objectName()
 {
     std::vector<std::string> parts;

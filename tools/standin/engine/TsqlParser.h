@@ -72,6 +72,10 @@ private:
     std::string name();
     bool isAliasToken(const Token& t) const;
     Stmt& emit(StmtKind kind, int line);
+    // A statement SQLite runs as translated, reported to the client with its TDS command code.
+    void emitQuery(int line, uint16_t curCmd, std::string sql);
+    // The end of an UPDATE or DELETE: "... FROM" is refused by name, WHERE is translated.
+    std::string whereTail(const char* statement);
     ObjectName objectName();
     std::string schemaFor(const ObjectName& n) const;
     std::pair<std::string, std::string> tableRef(const ObjectName& n);

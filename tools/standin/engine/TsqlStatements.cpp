@@ -278,9 +278,7 @@ void Parser::insertStatement(int line)
     } else {
         syntaxError();
     }
-    Stmt& s = emit(StmtKind::Query, line);
-    s.curCmd = 0xC3;
-    s.sql.push_back(sql);
+    emitQuery(line, 0xC3, sql);
 }
 
 void Parser::updateStatement(int line)
@@ -309,14 +307,9 @@ void Parser::updateStatement(int line)
         expectOp("=");
         sets += quoteIdent(col) + " = " + expr().sql;
     } while (acceptOp(","));
-    std::string sql = "UPDATE " + plainTable(n) + " SET " + sets;
-    if (peek().is("FROM"))
-        throw unsupported("UPDATE ... FROM");
-    if (accept("WHERE"))
-        sql += " WHERE " + expr().sql;
-    Stmt& s = emit(StmtKind::Query, line);
-    s.curCmd = 0xC5;
-    s.sql.push_back(sql);
+    const std::string target = plainTable(n);
+    const std::string where = whereTail("UPDATE");
+    emitQuery(line, 0xC5, "UPDATE " + target + " SET " + sets + where);
 }
 
 void Parser::deleteStatement(int line)
@@ -327,14 +320,9 @@ void Parser::deleteStatement(int line)
     accept("FROM");
     ObjectName n = objectName();
     touch("DELETE", n);
-    std::string sql = "DELETE FROM " + plainTable(n);
-    if (peek().is("FROM"))
-        throw unsupported("DELETE ... FROM");
-    if (accept("WHERE"))
-        sql += " WHERE " + expr().sql;
-    Stmt& s = emit(StmtKind::Query, line);
-    s.curCmd = 0xC4;
-    s.sql.push_back(sql);
+    const std::string target = plainTable(n);
+    const std::string where = whereTail("DELETE");
+    emitQuery(line, 0xC4, "DELETE FROM " + target + where);
 }
 
 void Parser::skipClusterWords()
