@@ -1,6 +1,7 @@
 // The server-management model against the SQL Server stand-in, through unixODBC and FreeTDS.
 #include <algorithm>
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -37,6 +38,26 @@ void makeDatabase(StandinMachine& m, const std::string& instance, const std::str
     // The server ends a session some time after the client closes it; until then the session
     // would keep the new database in use, and a drop or restore right after would be refused.
     c->Execute("USE master");
+}
+
+// Backs the desktop database up into the scratch folder and describes its restore as
+// "Labfolio_9" with both files moved into master's folder.
+RestoreSpec backUpForRestoreAsLabfolio9(StandinMachine& m, ServerConnection& s)
+{
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    OperationControl backup;
+    s.Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file}, backup);
+    const auto files = s.ReadBackupFileList(file);
+    EXPECT_EQ(files.size(), 2u);
+    if (files.size() < 2)
+        throw std::runtime_error("the backup lists fewer than two files");
+    const std::string folder = s.MasterDataFolder();
+    RestoreSpec r;
+    r.database = "Labfolio_9";
+    r.file = file;
+    r.relocations = {{files[0].logicalName, folder + "Labfolio_9_Data.mdf"},
+                     {files[1].logicalName, folder + "Labfolio_9_LOG.ldf"}};
+    return r;
 }
 
 } // namespace
@@ -235,20 +256,9 @@ TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN")});
     makeDatabase(m, "VELDRIN", "LFDesktop10", 7);
-    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
-    OperationControl backup;
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
-              backup);
-
-    const auto files = s->ReadBackupFileList(file);
-    ASSERT_GE(files.size(), 2u);
     const std::string folder = s->MasterDataFolder();
-    RestoreSpec r;
-    r.database = "Labfolio_9";
-    r.file = file;
-    r.relocations = {{files[0].logicalName, folder + "Labfolio_9_Data.mdf"},
-                     {files[1].logicalName, folder + "Labfolio_9_LOG.ldf"}};
+    RestoreSpec r = backUpForRestoreAsLabfolio9(m, *s);
     r.replace = true;
     std::vector<int> percents;
     OperationControl control;
@@ -272,20 +282,9 @@ TEST(ServerModelE2e, AbortEndsARestoreAndTheTargetIsNotLeftAsARestoredDatabase)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN")}, 150);
     makeDatabase(m, "VELDRIN", "LFDesktop10", 3);
-    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
     auto s = connectAs("PC1\\VELDRIN");
-    OperationControl backup;
-    s->Backup(BackupSpec{"LFDesktop10", "LFDesktop10_Full", "Full backup of LFDesktop10 database", file},
-              backup);
-
-    const auto files = s->ReadBackupFileList(file);
-    ASSERT_EQ(files.size(), 2u);
     const std::string folder = s->MasterDataFolder();
-    RestoreSpec r;
-    r.database = "Labfolio_9";
-    r.file = file;
-    r.relocations = {{files[0].logicalName, folder + "Labfolio_9_Data.mdf"},
-                     {files[1].logicalName, folder + "Labfolio_9_LOG.ldf"}};
+    RestoreSpec r = backUpForRestoreAsLabfolio9(m, *s);
     OperationControl control;
     std::thread stopper([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(400));
