@@ -17,6 +17,7 @@
 #include <QPixmap>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSaveFile>
 
 #include <cstdio>
 #include <utility>
@@ -26,8 +27,12 @@ namespace {
 bool save(QWidget& widget, const QString& folder, const QString& name)
 {
     QApplication::processEvents();
-    const QString path = QDir(folder).filePath(name + ".png");
-    return widget.grab().save(path);
+    // Written beside the target and renamed, so a full disk never leaves half a picture.
+    QSaveFile file(QDir(folder).filePath(name + ".png"));
+    if (file.open(QIODevice::WriteOnly) && widget.grab().save(&file, "PNG") && file.commit())
+        return true;
+    std::printf("could not save %s: %s\n", qPrintable(file.fileName()), qPrintable(file.errorString()));
+    return false;
 }
 
 // The database page lists what the local instance holding the desktop database offers when
