@@ -56,7 +56,6 @@ public:
     const std::string& LocalServerName() const { return m_localServerName; }
     const std::string& ServerLoginName() const { return m_serverLoginName; }
     const std::string& ServerLoginPWD() const { return m_serverLoginPWD; }
-    const std::string& DesktopDatabaseName() const { return m_desktopDatabaseName; }
 
     WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
     TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
@@ -141,5 +140,5 @@ private:
     std::string m_localServerName;
     std::string m_serverLoginName;
     std::string m_serverLoginPWD;
-    std::string m_desktopDatabaseName;
+    std::string m_desktopDatabaseName;   // "LFDesktop10" once the task page leads to a migration
 };
