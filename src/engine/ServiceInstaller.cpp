@@ -22,12 +22,6 @@ bool Exists(const std::string& path)
     return std::filesystem::exists(path, ec);
 }
 
-// A name read from a file is a file in `folder` unless it holds its own path.
-std::string Resolve(const std::string& folder, const std::string& name)
-{
-    return HasPathSeparator(name) ? name : paths::Join(folder, name);
-}
-
 // A local copy must not take the place of the service list or of the other copy.
 void RequireDistinct(const std::string& a, const std::string& b, const std::string& name)
 {
@@ -103,29 +97,29 @@ void ServiceInstaller::InstallServiceConfigurationFile(const std::string& servic
     if (service.type == ServiceEntry::kClientServer) {
         const std::string localConfigName = WithMachineSuffix(service.configPath, ".xml", machine);
         CheckFileName(localConfigName, "server configuration file", source);
-        const std::string localConfigPath = Resolve(m_appDataFolder, localConfigName);
+        const std::string localConfigPath = HasPathSeparator(localConfigName)
+                                                ? localConfigName
+                                                : paths::Join(m_appDataFolder, localConfigName);
         RequireDistinct(localConfigPath, serviceListPath(), localConfigName);
         const bool keepLocalConfig =
             keepExisting(localConfigPath, localConfigName, "Confirm Replace Server Configuration File",
                          "server configuration file");
 
-        const std::string configPath = !serverConfigPath.empty()
-                                           ? serverConfigPath
-                                           : Resolve(FolderOf(serviceConfigPath), service.configPath);
+        const std::string configPath =
+            !serverConfigPath.empty() ? serverConfigPath : Beside(serviceConfigPath, service.configPath);
         RequireExisting(configPath, "server configuration file");
         ServerConfigFile config = ServerConfigFile::Load(configPath, source);
 
         const std::string dataLinkName = config.dataLinkFileName();
         const std::string localDataLinkName = WithMachineSuffix(dataLinkName, ".udl", machine);
         CheckFileName(localDataLinkName, "data link file", source);
-        const std::string localDataLinkPath = Resolve(FolderOf(localConfigPath), localDataLinkName);
+        const std::string localDataLinkPath = Beside(localConfigPath, localDataLinkName);
         RequireDistinct(localDataLinkPath, serviceListPath(), localDataLinkName);
         RequireDistinct(localDataLinkPath, localConfigPath, localDataLinkName);
         const bool keepLocalDataLink = keepExisting(localDataLinkPath, localDataLinkName,
                                                     "Confirm Replace Data Link File", "data link file");
 
-        const std::string dataLinkPath =
-            !udlPath.empty() ? udlPath : Resolve(FolderOf(configPath), dataLinkName);
+        const std::string dataLinkPath = !udlPath.empty() ? udlPath : Beside(configPath, dataLinkName);
         RequireExisting(dataLinkPath, "data link file");
         entry.configPath = localConfigName;
 
@@ -140,7 +134,7 @@ void ServiceInstaller::InstallServiceConfigurationFile(const std::string& servic
             // The index stays on the service's machine, reached through the folder the service
             // was installed from.
             if (!config.mstFile().empty())
-                config.setMSTFile(paths::Join(FolderOf(configPath), FileNameOf(config.mstFile())));
+                config.setMSTFile(Beside(configPath, FileNameOf(config.mstFile())));
             config.setAuthenticator(ServerConfigFile::kInstalledAuthenticator);
             config.setConnectionString(FileNameOf(localDataLinkPath));
             files.stage(localConfigPath, config.bytes());

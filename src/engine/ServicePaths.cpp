@@ -80,10 +80,12 @@ std::string FileNameOf(const std::string& path)
     return cut == std::string::npos ? path : path.substr(cut + 1);
 }
 
-std::string FolderOf(const std::string& path)
+std::string Beside(const std::string& path, const std::string& name)
 {
+    if (HasPathSeparator(name))
+        return name;
     const auto cut = path.find_last_of("\\/");
-    return cut == std::string::npos ? std::string() : path.substr(0, cut);
+    return cut == std::string::npos ? name : path.substr(0, cut + 1) + name;
 }
 
 bool SamePathText(const std::string& a, const std::string& b)

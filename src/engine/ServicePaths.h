@@ -12,8 +12,9 @@ constexpr std::size_t kMaxNameLength = 255;
 bool HasPathSeparator(const std::string& path);
 // The text after the last separator; the whole text when there is none.
 std::string FileNameOf(const std::string& path);
-// The text before the last separator; "" when there is none.
-std::string FolderOf(const std::string& path);
+// The named file in the folder of `path`, joined with the separator the path itself uses; a name
+// that holds its own path is returned as it stands.
+std::string Beside(const std::string& path, const std::string& name);
 // Paths compared as text, ignoring the case of ASCII letters.
 bool SamePathText(const std::string& a, const std::string& b);
 

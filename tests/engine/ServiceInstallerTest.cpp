@@ -45,7 +45,7 @@ TEST_F(ServiceInstallerTest, ClientServerServiceFromALocalFolder)
     EXPECT_EQ(config.mstFile(), (folder / "Labfolio.mst").string());
     EXPECT_EQ(config.version(), "10.0.109");
     EXPECT_EQ(ReadBytes(local("LabData.udl")), ReadBytes(folder / "LabData.udl"));
-    EXPECT_EQ(engine::ReadDataLinkFileLines(local("LabData.udl")).back(), kTrusted);
+    EXPECT_EQ(engine::ReadDataLinkFileLines(local("LabData.udl"), "Test").back(), kTrusted);
     EXPECT_EQ(Snapshot(m_appData).size(), 3u) << "no temporary file is left";
     EXPECT_TRUE(m_prompter.shown().empty());
 }
@@ -65,6 +65,30 @@ TEST_F(ServiceInstallerTest, ServiceOnACifsMountGetsTheHostSuffix)
     EXPECT_EQ(config.mstFile(), (share / "lab" / "Labfolio.mst").string());
     EXPECT_EQ(ReadBytes(local("LabData_SRV01.udl")), ReadBytes(share / "lab" / "LabData.udl"));
     EXPECT_FALSE(std::filesystem::exists(local("LabDataConfig.xml")));
+}
+
+// A UNC path on this system is a relative name with backslashes in it: the service file and its
+// neighbours are files of such names in the working folder, just as the share holds them.
+TEST_F(ServiceInstallerTest, ServiceFromAUncPathGetsTheHostSuffix)
+{
+    const auto previous = std::filesystem::current_path();
+    std::filesystem::current_path(m_dir.path());
+    const std::string share = "\\\\LABSRV\\Services\\";
+    engine::WriteServiceFile(share + "Lab.lfsvc", "Chemistry Lab", "Client/Server",
+                             share + "LabDataConfig.xml", "T");
+    engine::WriteServerConfigFile(share + "LabDataConfig.xml", share + "LabData.udl",
+                                  "E:\\Index\\Labfolio.mst", "T");
+    engine::WriteDataLinkFileFor(share + "LabData.udl", "LABSRV", "LabData", "T");
+
+    m_installer.InstallServiceConfigurationFile(share + "Lab.lfsvc", "", "");
+    std::filesystem::current_path(previous);
+
+    EXPECT_EQ(listEntries(), (std::vector<ServiceEntry>{{"Chemistry Lab_LABSRV", "Client/Server", "Windows",
+                                                         "LabDataConfig_LABSRV.xml", "0"}}));
+    const auto config = ServerConfigFile::Load(local("LabDataConfig_LABSRV.xml").string(), "Test");
+    EXPECT_EQ(config.connectionString(), "LabData_LABSRV.udl");
+    EXPECT_EQ(config.mstFile(), share + "Labfolio.mst");
+    EXPECT_EQ(ReadBytes(local("LabData_LABSRV.udl")), ReadBytes(m_dir.path() / (share + "LabData.udl")));
 }
 
 TEST_F(ServiceInstallerTest, ServicesOfTwoMachinesLiveSideBySide)
@@ -277,8 +301,23 @@ TEST_F(ServiceInstallerTest, InstalledFilesReadBackToTheWrittenValues)
     const auto config = ServerConfigFile::Load(local("RoundConfig.xml").string(), "T");
     EXPECT_EQ(config.dataLinkFileName(), "Round.udl");
     EXPECT_EQ(config.mstFile(), (folder / "Round.mst").string());
-    const auto lines = engine::ReadDataLinkFileLines(local("Round.udl"));
+    const auto lines = engine::ReadDataLinkFileLines(local("Round.udl"), "Test");
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_EQ(lines[0], "[oledb]");
     EXPECT_EQ(lines[2], kTrusted);
+}
+
+TEST_F(ServiceInstallerTest, DataLinkFilesMatchTheGoldenFileByteForByte)
+{
+    const auto folder = m_dir.path() / "svc";
+    const std::string servicePath = makeService(folder);
+    engine::WriteDataLinkFileFor(folder / "LabData.udl", "LABSRV\\VELDRIN", "LabData", "Test");
+
+    m_installer.InstallServiceConfigurationFile(servicePath, "", "");
+
+    const std::string golden = Golden("LabData.udl");
+    EXPECT_EQ(ReadBytes(folder / "LabData.udl"), golden);
+    EXPECT_EQ(ReadBytes(local("LabData.udl")), golden);
+    EXPECT_EQ(golden.substr(0, 2), "\xFF\xFE");
+    EXPECT_EQ(golden.substr(golden.size() - 2), std::string("N\0", 2)) << "ends with the last character";
 }

@@ -34,13 +34,20 @@ TEST(ServicePathsTest, MachineSuffixGoesBeforeTheExtension)
 TEST(ServicePathsTest, BothSeparatorsSplitFolderAndName)
 {
     EXPECT_EQ(engine::FileNameOf("D:\\Services\\Labfolio.mst"), "Labfolio.mst");
-    EXPECT_EQ(engine::FolderOf("D:\\Services\\Labfolio.mst"), "D:\\Services");
     EXPECT_EQ(engine::FileNameOf("/srv/lab/Config.xml"), "Config.xml");
-    EXPECT_EQ(engine::FolderOf("/srv/lab/Config.xml"), "/srv/lab");
     EXPECT_EQ(engine::FileNameOf("Config.xml"), "Config.xml");
-    EXPECT_EQ(engine::FolderOf("Config.xml"), "");
     EXPECT_TRUE(engine::HasPathSeparator("a\\b"));
     EXPECT_FALSE(engine::HasPathSeparator("a.b"));
+}
+
+TEST(ServicePathsTest, BesideKeepsTheSeparatorOfThePath)
+{
+    EXPECT_EQ(engine::Beside("\\\\LABSRV\\Services\\Lab.lfsvc", "Config.xml"),
+              "\\\\LABSRV\\Services\\Config.xml");
+    EXPECT_EQ(engine::Beside("/mnt/lab/Lab.lfsvc", "Config.xml"), "/mnt/lab/Config.xml");
+    EXPECT_EQ(engine::Beside("Lab.lfsvc", "Config.xml"), "Config.xml");
+    EXPECT_EQ(engine::Beside("/mnt/lab/Lab.lfsvc", "/etc/Config.xml"), "/etc/Config.xml");
+    EXPECT_EQ(engine::Beside("/mnt/lab/Lab.lfsvc", "sub\\Config.xml"), "sub\\Config.xml");
 }
 
 TEST(ServicePathsTest, PathsCompareIgnoringCase)
