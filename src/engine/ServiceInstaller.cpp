@@ -23,12 +23,13 @@ bool Exists(const std::string& path)
 }
 
 // A local copy must not take the place of the service list or of the other copy.
-void RequireDistinct(const std::string& a, const std::string& b, const std::string& name)
+void RequireDistinct(const std::string& path, const std::string& what, const std::string& name,
+                     const std::string& otherPath, const std::string& otherWhat)
 {
-    if (SamePathText(a, b))
+    if (SamePathText(path, otherPath))
         throw LfError(LfError::kObjectError513, ServiceInstaller::kServiceSource,
-                      "the local copies of the service's files cannot all be named \"" +
-                          ShortenedForMessage(name) + "\"");
+                      "the " + what + " name \"" + ShortenedForMessage(name) + "\" would replace the " +
+                          otherWhat);
 }
 
 void CreateFolder(const std::string& folder, const std::string& source)
@@ -82,72 +83,81 @@ void ServiceInstaller::InstallServiceConfigurationFile(const std::string& servic
                                                        const std::string& serverConfigPath,
                                                        const std::string& udlPath)
 {
-    const char* source = kServiceSource;
-    ServiceList list = ServiceList::Load(serviceListPath(), source);
-    const ServiceEntry service = ReadServiceFile(serviceConfigPath, source);
+    ServiceList list = ServiceList::Load(serviceListPath(), kServiceSource);
+    const ServiceEntry service = ReadServiceFile(serviceConfigPath, kServiceSource);
     // Files from several machines' services live side by side in the one folder.
     const std::string machine = m_networkDrive.GetUNCPathofNetworkDrive(serviceConfigPath);
 
     ServiceEntry entry;
     entry.name = machine.empty() ? service.name : service.name + "_" + machine;
     entry.type = service.type;
-    CheckServiceName(entry.name, source);
+    CheckServiceName(entry.name, kServiceSource);
 
-    FileTransaction files(source);
-    if (service.type == ServiceEntry::kClientServer) {
-        const std::string localConfigName = WithMachineSuffix(service.configPath, ".xml", machine);
-        CheckFileName(localConfigName, "server configuration file", source);
-        const std::string localConfigPath = HasPathSeparator(localConfigName)
-                                                ? localConfigName
-                                                : paths::Join(m_appDataFolder, localConfigName);
-        RequireDistinct(localConfigPath, serviceListPath(), localConfigName);
-        const bool keepLocalConfig =
-            keepExisting(localConfigPath, localConfigName, "Confirm Replace Server Configuration File",
-                         "server configuration file");
-
-        const std::string configPath =
-            !serverConfigPath.empty() ? serverConfigPath : Beside(serviceConfigPath, service.configPath);
-        RequireExisting(configPath, "server configuration file");
-        ServerConfigFile config = ServerConfigFile::Load(configPath, source);
-
-        const std::string dataLinkName = config.dataLinkFileName();
-        const std::string localDataLinkName = WithMachineSuffix(dataLinkName, ".udl", machine);
-        CheckFileName(localDataLinkName, "data link file", source);
-        const std::string localDataLinkPath = Beside(localConfigPath, localDataLinkName);
-        RequireDistinct(localDataLinkPath, serviceListPath(), localDataLinkName);
-        RequireDistinct(localDataLinkPath, localConfigPath, localDataLinkName);
-        const bool keepLocalDataLink = keepExisting(localDataLinkPath, localDataLinkName,
-                                                    "Confirm Replace Data Link File", "data link file");
-
-        const std::string dataLinkPath = !udlPath.empty() ? udlPath : Beside(configPath, dataLinkName);
-        RequireExisting(dataLinkPath, "data link file");
-        entry.configPath = localConfigName;
-
-        if (SamePathText(localConfigPath, configPath) || keepLocalConfig) {
-            // The file in place stays as it is but for the authenticator the client installs with.
-            if (Exists(localConfigPath)) {
-                ServerConfigFile local = ServerConfigFile::Load(localConfigPath, source);
-                local.setAuthenticator(ServerConfigFile::kInstalledAuthenticator);
-                files.stage(localConfigPath, local.bytes());
-            }
-        } else {
-            // The index stays on the service's machine, reached through the folder the service
-            // was installed from.
-            if (!config.mstFile().empty())
-                config.setMSTFile(Beside(configPath, FileNameOf(config.mstFile())));
-            config.setAuthenticator(ServerConfigFile::kInstalledAuthenticator);
-            config.setConnectionString(FileNameOf(localDataLinkPath));
-            files.stage(localConfigPath, config.bytes());
-        }
-        if (!SamePathText(localDataLinkPath, dataLinkPath) && !keepLocalDataLink)
-            files.stage(localDataLinkPath, ReadFileBytes(dataLinkPath, source));
-    }
-
+    FileTransaction files(kServiceSource);
+    if (service.type == ServiceEntry::kClientServer)
+        entry.configPath = stageServerFiles(serviceConfigPath, service.configPath, machine, serverConfigPath,
+                                            udlPath, files);
     list.append(entry);
     // The list is written last, so that it never names a file that is not there yet.
     files.stage(serviceListPath(), list.bytes());
-    CreateFolder(m_appDataFolder, source);
+    CreateFolder(m_appDataFolder, kServiceSource);
     files.commit();
+}
+
+std::string ServiceInstaller::stageServerFiles(const std::string& serviceConfigPath,
+                                               const std::string& configName, const std::string& machine,
+                                               const std::string& serverConfigPath,
+                                               const std::string& udlPath, FileTransaction& files)
+{
+    const char* source = kServiceSource;
+    const std::string localConfigName = WithMachineSuffix(configName, ".xml", machine);
+    CheckFileName(localConfigName, "server configuration file", source);
+    const std::string localConfigPath =
+        HasPathSeparator(localConfigName) ? localConfigName : paths::Join(m_appDataFolder, localConfigName);
+    RequireDistinct(localConfigPath, "server configuration file", localConfigName, serviceListPath(),
+                    "service list");
+    const bool keepLocalConfig =
+        keepExisting(localConfigPath, localConfigName, "Confirm Replace Server Configuration File",
+                     "server configuration file");
+
+    const std::string configPath =
+        !serverConfigPath.empty() ? serverConfigPath : Beside(serviceConfigPath, configName);
+    RequireExisting(configPath, "server configuration file");
+    ServerConfigFile config = ServerConfigFile::Load(configPath, source);
+
+    const std::string dataLinkName = config.dataLinkFileName();
+    const std::string localDataLinkName = WithMachineSuffix(dataLinkName, ".udl", machine);
+    CheckFileName(localDataLinkName, "data link file", source);
+    const std::string localDataLinkPath = Beside(localConfigPath, localDataLinkName);
+    RequireDistinct(localDataLinkPath, "data link file", localDataLinkName, serviceListPath(),
+                    "service list");
+    RequireDistinct(localDataLinkPath, "data link file", localDataLinkName, localConfigPath,
+                    "server configuration file");
+    const bool keepLocalDataLink = keepExisting(localDataLinkPath, localDataLinkName,
+                                                "Confirm Replace Data Link File", "data link file");
+
+    const std::string dataLinkPath = !udlPath.empty() ? udlPath : Beside(configPath, dataLinkName);
+    RequireExisting(dataLinkPath, "data link file");
+
+    if (SamePathText(localConfigPath, configPath) || keepLocalConfig) {
+        // The file in place stays as it is but for the authenticator the client installs with.
+        if (Exists(localConfigPath)) {
+            ServerConfigFile local = ServerConfigFile::Load(localConfigPath, source);
+            local.setAuthenticator(ServerConfigFile::kInstalledAuthenticator);
+            files.stage(localConfigPath, local.bytes());
+        }
+    } else {
+        // The index stays on the service's machine, reached through the folder the service was
+        // installed from.
+        if (!config.mstFile().empty())
+            config.setMSTFile(Beside(configPath, FileNameOf(config.mstFile())));
+        config.setAuthenticator(ServerConfigFile::kInstalledAuthenticator);
+        config.setConnectionString(FileNameOf(localDataLinkPath));
+        files.stage(localConfigPath, config.bytes());
+    }
+    if (!SamePathText(localDataLinkPath, dataLinkPath) && !keepLocalDataLink)
+        files.stage(localDataLinkPath, ReadFileBytes(dataLinkPath, source));
+    return localConfigName;
 }
 
 } // namespace engine

@@ -6,6 +6,7 @@ class Prompter;
 
 namespace engine {
 
+class FileTransaction;
 class NetworkDrive;
 
 // Connects this client to a service ("Connect to an existing Service") or back to the desktop
@@ -33,6 +34,11 @@ public:
     std::string serviceListPath() const;
 
 private:
+    // Stages the local server configuration and data link files of a client/server service and
+    // returns the local server configuration file's name for the service's entry.
+    std::string stageServerFiles(const std::string& serviceConfigPath, const std::string& configName,
+                                 const std::string& machine, const std::string& serverConfigPath,
+                                 const std::string& udlPath, FileTransaction& files);
     // True when a local copy named by its file name exists and the user answers No to replacing it.
     bool keepExisting(const std::string& path, const std::string& localName, const std::string& title,
                       const std::string& what);

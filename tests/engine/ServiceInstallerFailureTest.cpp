@@ -82,7 +82,7 @@ TEST_F(ServiceInstallerFailureTest, DamagedServiceFilesAreRefused)
          "holds characters that a file name cannot hold"},
         {"<service><name>Lab</name><type>Client/Server</type><configPath>LFClientConfig.xml</configPath></"
          "service>",
-         "cannot all be named \"LFClientConfig.xml\""},
+         "the server configuration file name \"LFClientConfig.xml\" would replace the service list"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.contents.substr(0, 80));
@@ -109,7 +109,7 @@ TEST_F(ServiceInstallerFailureTest, DamagedServerConfigurationFilesAreRefused)
         {"<lfserver><connectionString>" + std::string(300, 'd') + ".udl</connectionString></lfserver>",
          "is longer than 255 characters"},
         {"<lfserver><connectionString>LabDataConfig.xml</connectionString></lfserver>",
-         "cannot all be named \"LabDataConfig.xml\""},
+         "the data link file name \"LabDataConfig.xml\" would replace the server configuration file"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c[0].substr(0, 80));
