@@ -52,7 +52,7 @@ ServerConfigFile ServerConfigFile::Load(const std::string& path, const std::stri
     if (std::string(root.name()) != kRoot)
         throw LfError(LfError::kObjectError513, source,
                       "the file \"" + path + "\" is not a recognized server configuration file");
-    if (StripFileNamePrefix(file.connectionString()).empty())
+    if (file.dataLinkFileName().empty())
         throw LfError(LfError::kObjectError513, source,
                       "the server configuration file \"" + path + "\" does not name its data link file");
     CheckFileName(file.dataLinkFileName(), "data link file", source);

@@ -49,14 +49,6 @@ void LoadXmlFile(const std::string& path, const std::string& what, const std::st
                       "the " + what + " \"" + path + "\" is not a wellformed XML file (" + *reason + ")");
 }
 
-std::optional<std::string> ChildText(const pugi::xml_node& parent, const char* name)
-{
-    const pugi::xml_node child = parent.child(name);
-    if (!child)
-        return std::nullopt;
-    return std::string(child.text().get());
-}
-
 void SetChildText(pugi::xml_node parent, const char* name, const std::string& text,
                   std::span<const char* const> order)
 {

@@ -21,9 +21,6 @@ std::optional<std::string> ParseXmlFile(const std::string& path, pugi::xml_docum
 void LoadXmlFile(const std::string& path, const std::string& what, const std::string& source,
                  pugi::xml_document& document);
 
-// Text of the named child, nothing when the child is absent.
-std::optional<std::string> ChildText(const pugi::xml_node& parent, const char* name);
-
 // Sets the text of the named child. A missing child is created in its place in `order` (the
 // element names in their written order): after the last present child that comes before it
 // there, or first when none does.
