@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 using standin::tds::ByteWriter;
 using standin::tds::Bytes;
@@ -126,4 +127,40 @@ TEST_F(StandinClientProtocolTest, ExecuteSqlByIdBindsStatementAndParameterListBy
     EXPECT_EQ(tokens.back().status & kDoneError, 0);
     // And again: the connection carries on.
     EXPECT_EQ(queryInt(m_client, "SET @out = @a * 2"), 0);
+}
+
+TEST(StandinClientProtocol, AttentionWhileAResponseStreamsIsAcknowledgedInAMessageOfItsOwn)
+{
+    StandinServer::Options options;
+    options.instances = {StandinServer::Instance{.seedArguments = {""}}};
+    options.progressStepMillis = 200;
+    StandinServer server(options);
+    RawTdsClient client = RawTdsClient::connectTo(server.port());
+    client.login("sa", StandinServer::saPassword());
+    const std::string file = (server.scratchFolder() / "cancelled.bak").string();
+    client.sendBatch("BACKUP DATABASE LFDesktop10 TO DISK = N'" + file + "' WITH INIT, STATS = 10");
+
+    // The first progress report arrives while the backup runs, in a message still open.
+    const auto first = client.readPacket();
+    ASSERT_TRUE(first);
+    ASSERT_FALSE(first->status & 0x01);
+    client.sendAttention();
+
+    // The interrupted response ends as a message of its own, without the acknowledgement...
+    const auto rest = client.readMessage();
+    ASSERT_FALSE(rest.empty());
+    EXPECT_EQ(rest.back().type, 0xFD);
+    for (const RawToken& t : rest)
+        EXPECT_FALSE((t.type == 0xFD || t.type == 0xFE) && (t.status & kDoneAttention));
+    // ...and the acknowledgement follows alone.
+    const auto ack = client.readMessage();
+    ASSERT_EQ(ack.size(), 1u);
+    EXPECT_EQ(ack[0].type, 0xFD);
+    EXPECT_EQ(ack[0].status, kDoneAttention);
+    EXPECT_FALSE(std::filesystem::exists(file));
+
+    client.sendBatch("PRINT 'still here'");
+    const auto next = client.readMessage();
+    ASSERT_NE(find(next, 0xAB), nullptr);
+    EXPECT_EQ(find(next, 0xAB)->text, "still here");
 }

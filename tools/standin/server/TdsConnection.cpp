@@ -233,11 +233,19 @@ void TdsConnection::endResponse(ResponseStream& stream)
         m_attention = false;
         m_cancel = false;
     }
-    if (attention) {
-        stream.discard();
-        stream.tokens().done(Done, DoneAttention, 0, 0);
+    if (!attention) {
+        stream.end();
+        return;
     }
-    stream.end();
+    // The acknowledgement travels in a message of its own, as SQL Server sends it: some clients
+    // skip the rest of the interrupted response and wait for the next message. A response that
+    // has begun is finished first (what is left of it holds whole tokens only); one that has
+    // not is dropped.
+    if (stream.started())
+        stream.end();
+    else
+        stream.discard();
+    acknowledgeAttention();
 }
 
 void TdsConnection::acknowledgeAttention()

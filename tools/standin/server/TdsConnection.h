@@ -51,8 +51,8 @@ private:
     // Runs T-SQL for the server's own purposes; the engine's messages go to the client.
     bool runQuietly(const std::string& sql, TokenWriter& tokens);
     int64_t transactionCount();
-    // Ends the response to a request: the final packet, or an attention acknowledgement in its
-    // place when the client cancelled meanwhile.
+    // Ends the response to a request: the final packet, followed by an attention acknowledgement
+    // when the client cancelled meanwhile.
     void endResponse(ResponseStream& stream);
     void acknowledgeAttention();
     void refuse(ResponseStream& stream, int32_t number, uint8_t state, const std::string& text);
