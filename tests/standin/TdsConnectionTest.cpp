@@ -281,3 +281,31 @@ TEST_F(TdsConnectionTest, TruncatedLoginClosesTheConnection)
     client().sendPacket(0x10, Bytes{0x40, 0, 0, 0, 4, 0, 0, 0x74});
     EXPECT_TRUE(client().closedByServer());
 }
+
+TEST(TdsConnectionLogin, LoginTimeOutClosesAStalledLoginButNotALoggedInClient)
+{
+    Script script;
+    ScriptedInstance instance(script);
+    auto connect = [&](std::unique_ptr<TdsConnection>& connection) {
+        int fds[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0)
+            throw std::runtime_error("socketpair failed");
+        connection = std::make_unique<TdsConnection>(fds[0], instance, 55, std::chrono::milliseconds(300));
+        connection->start();
+        return RawTdsClient(fds[1]);
+    };
+    std::unique_ptr<TdsConnection> stalledConnection;
+    RawTdsClient stalled = connect(stalledConnection);
+    // A PRELOGIN header announcing 47 bytes, and only the first three of them.
+    stalled.sendRaw(Bytes{0x12, 0x01, 0x00, 0x2F, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x15});
+
+    std::unique_ptr<TdsConnection> loggedInConnection;
+    RawTdsClient loggedIn = connect(loggedInConnection);
+    loggedIn.login("sa", "right");
+
+    EXPECT_TRUE(stalled.closedByServer(5000));
+    // Well past the time-out, the client that logged in is still served.
+    EXPECT_FALSE(loggedIn.closedByServer(500));
+    loggedIn.sendBatch("two");
+    EXPECT_EQ(last(loggedIn.readMessage()).rowCount, 2u);
+}

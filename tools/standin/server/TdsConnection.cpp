@@ -35,9 +35,10 @@ ServerMessage makeMessage(int32_t number, uint8_t state, uint8_t severity, std::
 
 } // namespace
 
-TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid)
+TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid, std::chrono::milliseconds loginTimeout)
     : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd),
-      m_reader(fd)
+      m_reader(fd), m_loginTimeout(loginTimeout),
+      m_loginDeadline(std::chrono::steady_clock::now() + loginTimeout)
 {
     m_writer.setSpid(spid);
 }
@@ -96,7 +97,15 @@ void TdsConnection::readLoop()
 bool TdsConnection::nextMessage(Message& message, bool& attention)
 {
     std::unique_lock lock(m_mutex);
-    m_wake.wait(lock, [&] { return m_closed || m_attention || !m_queue.empty(); });
+    const auto ready = [&] { return m_closed || m_attention || !m_queue.empty(); };
+    if (m_session || m_loginTimeout.count() == 0) {
+        m_wake.wait(lock, ready);
+    } else if (!m_wake.wait_until(lock, m_loginDeadline, ready)) {
+        // A client that never completes its login would hold a thread and a socket for ever.
+        std::fprintf(stderr, "lf-standin (%s): closed a connection that did not log in within %lld ms\n",
+                     m_serverName.c_str(), static_cast<long long>(m_loginTimeout.count()));
+        return false;
+    }
     if (m_closed)
         return false;
     attention = m_attention;

@@ -8,6 +8,7 @@
 #include "TdsPacket.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -22,8 +23,10 @@ class TokenWriter;
 
 class TdsConnection {
 public:
-    // Takes ownership of the connected socket fd.
-    TdsConnection(int fd, Instance& instance, uint16_t spid);
+    // Takes ownership of the connected socket fd. A client that has not logged in within
+    // loginTimeout of connecting is disconnected (zero: never).
+    TdsConnection(int fd, Instance& instance, uint16_t spid,
+                  std::chrono::milliseconds loginTimeout = std::chrono::seconds(60));
     ~TdsConnection();
     TdsConnection(const TdsConnection&) = delete;
     TdsConnection& operator=(const TdsConnection&) = delete;
@@ -63,6 +66,8 @@ private:
     PacketWriter m_writer;
     PacketReader m_reader;
     std::unique_ptr<Session> m_session;
+    std::chrono::milliseconds m_loginTimeout;
+    std::chrono::steady_clock::time_point m_loginDeadline;
     uint32_t m_tdsVersion = 0x74000004;
     bool m_closeAfterResponse = false;
     // The descriptor of the transaction a transaction-manager request began (empty: none).
