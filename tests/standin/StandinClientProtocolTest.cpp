@@ -79,6 +79,34 @@ const RawToken* find(const std::vector<RawToken>& tokens, uint8_t type)
     return it == tokens.end() ? nullptr : &*it;
 }
 
+// A transaction-manager request: begin (5), commit (7), rollback (8) or save (9) with a name whose
+// length prefix counts bytes, as Microsoft's client libraries send it.
+Bytes transactionRequest(uint16_t kind, const std::string& name)
+{
+    ByteWriter w;
+    allHeaders(w);
+    w.u16(kind);
+    if (kind == 5)
+        w.u8(0); // isolation level: unchanged
+    w.u8(static_cast<uint8_t>(name.size() * 2));
+    w.ucs2(name);
+    if (kind == 7 || kind == 8)
+        w.u8(0); // no new transaction after it
+    return w.bytes();
+}
+
+std::vector<RawToken> request(RawTdsClient& client, uint8_t type, const Bytes& payload)
+{
+    client.sendPacket(type, payload);
+    return client.readMessage();
+}
+
+bool succeeded(const std::vector<RawToken>& tokens)
+{
+    return find(tokens, 0xAA) == nullptr && !tokens.empty() && tokens.back().type == 0xFD &&
+           (tokens.back().status & kDoneError) == 0;
+}
+
 // Runs a statement through sp_executesql and gives the int it leaves in @out.
 int64_t queryInt(RawTdsClient& client, const std::string& statement)
 {
@@ -90,17 +118,6 @@ int64_t queryInt(RawTdsClient& client, const std::string& statement)
         throw std::runtime_error("no output value: " + (error ? error->text : std::string("no error either")));
     }
     return value->value;
-}
-
-// Reads whole messages until one acknowledges the attention; returns that message.
-std::vector<RawToken> readUntilAcknowledged(RawTdsClient& client)
-{
-    for (int i = 0; i < 100; ++i) {
-        auto tokens = client.readMessage();
-        if (!tokens.empty() && tokens.back().type == 0xFD && (tokens.back().status & kDoneAttention))
-            return tokens;
-    }
-    throw std::runtime_error("no attention acknowledgement");
 }
 
 class StandinClientProtocolTest : public ::testing::Test {
@@ -163,4 +180,57 @@ TEST(StandinClientProtocol, AttentionWhileAResponseStreamsIsAcknowledgedInAMessa
     const auto next = client.readMessage();
     ASSERT_NE(find(next, 0xAB), nullptr);
     EXPECT_EQ(find(next, 0xAB)->text, "still here");
+}
+
+TEST_F(StandinClientProtocolTest, NamedTransactionRequestsBeginSaveRollBackToTheSavepointAndCommit)
+{
+    ASSERT_TRUE(succeeded(request(m_client, 0x01, [] {
+        ByteWriter w;
+        allHeaders(w);
+        w.ucs2("CREATE TABLE tm_probe (n int)");
+        return w.bytes();
+    }())));
+    auto batch = [&](const std::string& sql) {
+        m_client.sendBatch(sql);
+        return m_client.readMessage();
+    };
+
+    const auto begun = request(m_client, 0x0E, transactionRequest(5, "outer"));
+    EXPECT_TRUE(succeeded(begun));
+    ASSERT_NE(find(begun, 0xE3), nullptr);
+    EXPECT_EQ(find(begun, 0xE3)->value, 8); // ENVCHANGE: transaction begun
+    ASSERT_TRUE(succeeded(batch("INSERT INTO tm_probe VALUES (1)")));
+    EXPECT_TRUE(succeeded(request(m_client, 0x0E, transactionRequest(9, "mark"))));
+    ASSERT_TRUE(succeeded(batch("INSERT INTO tm_probe VALUES (2)")));
+    EXPECT_TRUE(succeeded(request(m_client, 0x0E, transactionRequest(8, "mark"))));
+    EXPECT_EQ(queryInt(m_client, "SET @out = @@TRANCOUNT"), 1);
+    const auto committed = request(m_client, 0x0E, transactionRequest(7, "outer"));
+    EXPECT_TRUE(succeeded(committed));
+    ASSERT_NE(find(committed, 0xE3), nullptr);
+    EXPECT_EQ(find(committed, 0xE3)->value, 9); // ENVCHANGE: transaction committed
+    EXPECT_EQ(queryInt(m_client, "SET @out = @@TRANCOUNT"), 0);
+    EXPECT_EQ(queryInt(m_client, "SELECT @out = SUM(n) FROM tm_probe"), 1);
+
+    // A named rollback of the whole transaction.
+    EXPECT_TRUE(succeeded(request(m_client, 0x0E, transactionRequest(5, "second"))));
+    ASSERT_TRUE(succeeded(batch("INSERT INTO tm_probe VALUES (40)")));
+    const auto rolledBack = request(m_client, 0x0E, transactionRequest(8, "second"));
+    EXPECT_TRUE(succeeded(rolledBack));
+    ASSERT_NE(find(rolledBack, 0xE3), nullptr);
+    EXPECT_EQ(find(rolledBack, 0xE3)->value, 10);
+    EXPECT_EQ(queryInt(m_client, "SELECT @out = SUM(n) FROM tm_probe"), 1);
+}
+
+TEST_F(StandinClientProtocolTest, SaveTransactionInABatchMarksAPointToRollBackTo)
+{
+    m_client.sendBatch("CREATE TABLE save_probe (n int); BEGIN TRANSACTION; INSERT INTO save_probe VALUES (1); "
+                       "SAVE TRANSACTION before_two; INSERT INTO save_probe VALUES (2); "
+                       "ROLLBACK TRANSACTION before_two; INSERT INTO save_probe VALUES (4); COMMIT TRANSACTION");
+    EXPECT_TRUE(succeeded(m_client.readMessage()));
+    EXPECT_EQ(queryInt(m_client, "SELECT @out = SUM(n) FROM save_probe"), 5);
+
+    m_client.sendBatch("SAVE TRAN nowhere");
+    const auto refused = m_client.readMessage();
+    ASSERT_NE(find(refused, 0xAA), nullptr);
+    EXPECT_EQ(find(refused, 0xAA)->number, 628);
 }

@@ -77,8 +77,10 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         SqliteStmt attach(conn.get(), "ATTACH DATABASE ? AS master");
         attach.bind(1, m_instance.catalog().masterPath()).step();
     }
-    if (m_inTransaction)
+    if (m_inTransaction) {
         m_inTransaction = false; // switching databases ends the SQLite transaction with the connection
+        m_savepoints.clear();
+    }
     m_instance.enterDatabase(db.id);
     if (m_database.id)
         m_instance.leaveDatabase(m_database.id);
@@ -312,13 +314,16 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
                            "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("COMMIT");
         m_inTransaction = false;
+        m_savepoints.clear();
         return;
     case StmtKind::RollbackTran:
         if (!m_inTransaction)
             throw SqlError(3903, 16,
                            "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
-        m_db.exec("ROLLBACK");
-        m_inTransaction = false;
+        rollbackTransaction(s.name);
+        return;
+    case StmtKind::SaveTran:
+        saveTransaction(s.name);
         return;
     case StmtKind::IfNot: {
         Value v = evaluate(s.args[0].expr);

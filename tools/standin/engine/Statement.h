@@ -26,7 +26,8 @@ enum class StmtKind {
     ExecString, // EXEC ('...') / EXEC (@sql)
     BeginTran,
     CommitTran,
-    RollbackTran,
+    RollbackTran, // name = the transaction or savepoint named, if any
+    SaveTran,     // name = the savepoint
     IfNot, // args[0] is the condition; jump to jumpTarget when it is not true
     Jump,
     TryBegin, // errors up to the matching TryEnd jump to jumpTarget (the CATCH block)

@@ -49,6 +49,7 @@ const std::set<std::string>& reservedWords()
         "REFERENCES", "RESTORE",
         "RETURN",     "REVOKE",
         "RIGHT",      "ROLLBACK",
+        "SAVE",
         "SELECT",     "SET",
         "TABLE",      "THEN",
         "TO",         "TOP",

@@ -100,7 +100,7 @@ void Parser::parseStatementBody()
     } else if (kw == "BEGIN") {
         ++m_pos;
         if (accept("TRAN") || accept("TRANSACTION")) {
-            if (peek().isName() && !reservedWords().count(peek().upper))
+            if (peek().kind == TokenKind::Quoted || (peek().isName() && !reservedWords().count(peek().upper)))
                 ++m_pos;
             emit(StmtKind::BeginTran, line);
         } else if (accept("TRY")) {
@@ -148,11 +148,17 @@ void Parser::parseStatementBody()
         }
     } else if (kw == "COMMIT" || kw == "ROLLBACK") {
         ++m_pos;
+        std::string transaction;
         if (accept("TRAN") || accept("TRANSACTION") || accept("WORK")) {
-            if (peek().isName() && !reservedWords().count(peek().upper))
-                ++m_pos;
+            if (peek().kind == TokenKind::Quoted || (peek().isName() && !reservedWords().count(peek().upper)))
+                transaction = name();
         }
-        emit(kw == "COMMIT" ? StmtKind::CommitTran : StmtKind::RollbackTran, line);
+        emit(kw == "COMMIT" ? StmtKind::CommitTran : StmtKind::RollbackTran, line).name = transaction;
+    } else if (kw == "SAVE") {
+        ++m_pos;
+        if (!accept("TRAN") && !accept("TRANSACTION"))
+            syntaxError();
+        emit(StmtKind::SaveTran, line).name = name();
     } else if (kw == "IF") {
         ++m_pos;
         Expr cond = expr();

@@ -344,6 +344,13 @@ void TdsConnection::handleTransaction(const Message& message)
         tokens.envChangeTransaction(EnvBeginTransaction, m_transaction, {});
         return true;
     };
+    std::string named;
+    if (!request.name.empty()) {
+        named = " [";
+        for (char c : request.name)
+            named += c == ']' ? std::string("]]") : std::string(1, c);
+        named += ']';
+    }
     bool ok = true;
     switch (request.kind) {
     case TransactionRequest::Begin:
@@ -355,7 +362,10 @@ void TdsConnection::handleTransaction(const Message& message)
         // The driver ends a transaction on every SQLEndTran, whether or not one is open (a
         // failed statement may have rolled it back already).
         if (transactionCount() > 0) {
-            ok = runQuietly(commit ? "COMMIT TRANSACTION" : "ROLLBACK TRANSACTION", tokens);
+            ok = runQuietly(std::string(commit ? "COMMIT" : "ROLLBACK") + " TRANSACTION" + named, tokens);
+            // A rollback to a savepoint leaves the transaction open, and its descriptor valid.
+            if (ok && transactionCount() > 0)
+                break;
             if (ok)
                 tokens.envChangeTransaction(commit ? EnvCommitTransaction : EnvRollbackTransaction, {},
                                             m_transaction);
@@ -366,7 +376,7 @@ void TdsConnection::handleTransaction(const Message& message)
         break;
     }
     case TransactionRequest::Save:
-        ok = runQuietly("SAVE TRANSACTION [" + request.name + "]", tokens);
+        ok = runQuietly("SAVE TRANSACTION" + named, tokens);
         break;
     default:
         tokens.message(
