@@ -182,6 +182,31 @@ TEST(StandinClientProtocol, AttentionWhileAResponseStreamsIsAcknowledgedInAMessa
     EXPECT_EQ(find(next, 0xAB)->text, "still here");
 }
 
+TEST_F(StandinClientProtocolTest, AttentionBeforeAnyOutputIsAcknowledgedAlone)
+{
+    m_client.sendBatch("WAITFOR DELAY '00:10:00'");
+    m_client.sendAttention();
+    const auto ack = m_client.readMessage();
+    ASSERT_EQ(ack.size(), 1u);
+    EXPECT_EQ(ack[0].type, 0xFD);
+    EXPECT_EQ(ack[0].status, kDoneAttention);
+    EXPECT_EQ(queryInt(m_client, "SET @out = @a + 5"), 5);
+}
+
+TEST_F(StandinClientProtocolTest, WaitforDelayWaitsThenAnswers)
+{
+    m_client.sendBatch("WAITFOR DELAY '00:00:00.300'; PRINT 'awake'");
+    const auto tokens = m_client.readMessage();
+    ASSERT_NE(find(tokens, 0xAB), nullptr);
+    EXPECT_EQ(find(tokens, 0xAB)->text, "awake");
+    EXPECT_TRUE(succeeded(tokens));
+
+    m_client.sendBatch("WAITFOR DELAY '25:00'");
+    const auto refused = m_client.readMessage();
+    ASSERT_NE(find(refused, 0xAA), nullptr);
+    EXPECT_EQ(find(refused, 0xAA)->number, 148);
+}
+
 TEST_F(StandinClientProtocolTest, NamedTransactionRequestsBeginSaveRollBackToTheSavepointAndCommit)
 {
     ASSERT_TRUE(succeeded(request(m_client, 0x01, [] {

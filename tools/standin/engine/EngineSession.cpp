@@ -322,6 +322,9 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
                            "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         rollbackTransaction(s.name);
         return;
+    case StmtKind::WaitFor:
+        waitFor(evaluateText(s.args[0].expr), sink);
+        return;
     case StmtKind::SaveTran:
         saveTransaction(s.name);
         return;

@@ -67,10 +67,12 @@ private:
     int m_ownershipChain = 0;                      // > 0 while a procedure's own statements run
     std::optional<std::optional<int>> m_userCache; // this batch's database user
 
-    // Transactions and savepoints (SessionControl.cpp).
+    // Transactions, savepoints and WAITFOR (SessionControl.cpp).
     void saveTransaction(const std::string& name);
     // ROLLBACK TRANSACTION: to the savepoint of that name if there is one, else all of it.
     void rollbackTransaction(const std::string& name);
+    // WAITFOR DELAY 'hh:mm[:ss[.fff]]': sleeps, waking early when the client cancels.
+    void waitFor(const std::string& delay, ResultSink& sink);
 
     // Batches and statements (EngineSession.cpp)
     void openDatabase(const DatabaseRecord& db);

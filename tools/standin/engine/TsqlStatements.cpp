@@ -220,7 +220,12 @@ void Parser::parseStatementBody()
             jump.jumpTarget = m_loops.back().start;
         else
             m_loops.back().breaks.push_back(m_out.size() - 1);
-    } else if (kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" ||
+    } else if (kw == "WAITFOR") {
+        ++m_pos;
+        if (!accept("DELAY"))
+            throw unsupported("WAITFOR " + peek().upper);
+        emit(StmtKind::WaitFor, line).args.push_back({"", expr().sql});
+    } else if (kw == "GOTO" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" ||
                kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" ||
                kw == "RECONFIGURE" || kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
         throw unsupported("the " + kw + " statement");
