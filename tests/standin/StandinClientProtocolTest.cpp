@@ -259,3 +259,20 @@ TEST_F(StandinClientProtocolTest, SaveTransactionInABatchMarksAPointToRollBackTo
     ASSERT_NE(find(refused, 0xAA), nullptr);
     EXPECT_EQ(find(refused, 0xAA)->number, 628);
 }
+
+TEST_F(StandinClientProtocolTest, RaiserrorFillsItsMarkersAsSqlServerDoes)
+{
+    m_client.sendBatch("RAISERROR('n=%d i=%5i s=%s x=%x X=%X o=%o u=%u p=%.2s w=%-4d| z=%03d %% *=%*d m=%d', 10, 1, "
+                       "42, 7, N'abc', 255, 255, 8, 3, 'xyz', 5, 9, 6, 12)");
+    const auto tokens = m_client.readMessage();
+    ASSERT_NE(find(tokens, 0xAB), nullptr);
+    EXPECT_EQ(find(tokens, 0xAB)->text, "n=42 i=    7 s=abc x=ff X=FF o=10 u=3 p=xy w=5   | z=009 % *=    12 m=(null)");
+
+    m_client.sendBatch("RAISERROR('negative %u %x', 10, 1, -1, -2)");
+    EXPECT_EQ(find(m_client.readMessage(), 0xAB)->text, "negative 4294967295 fffffffe");
+
+    m_client.sendBatch("RAISERROR('%d', 16, 1, 'text')");
+    const auto refused = m_client.readMessage();
+    ASSERT_NE(find(refused, 0xAA), nullptr);
+    EXPECT_EQ(find(refused, 0xAA)->number, 2786);
+}

@@ -1,6 +1,7 @@
 #include "EngineSession.h"
 
 #include "EngineInstance.h"
+#include "RaiserrorFormat.h"
 #include "Translator.h"
 #include "TypeMap.h"
 
@@ -271,7 +272,10 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     }
     case StmtKind::Raiserror: {
-        const std::string text = evaluateText(s.args[0].expr);
+        std::vector<Value> substitutions;
+        for (size_t a = 3; a < s.args.size(); ++a)
+            substitutions.push_back(evaluate(s.args[a].expr));
+        const std::string text = formatRaiserror(evaluateText(s.args[0].expr), substitutions);
         const int64_t severity =
             s.args.size() > 1
                 ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr), columnInfoForType("int")))
