@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <filesystem>
 
-using standin::tds::ByteWriter;
 using standin::tds::Bytes;
+using standin::tds::ByteWriter;
 
 namespace {
 
@@ -115,7 +115,8 @@ int64_t queryInt(RawTdsClient& client, const std::string& statement)
     const RawToken* value = find(tokens, 0xAC);
     if (!value) {
         const RawToken* error = find(tokens, 0xAA);
-        throw std::runtime_error("no output value: " + (error ? error->text : std::string("no error either")));
+        throw std::runtime_error("no output value: " +
+                                 (error ? error->text : std::string("no error either")));
     }
     return value->value;
 }
@@ -248,9 +249,10 @@ TEST_F(StandinClientProtocolTest, NamedTransactionRequestsBeginSaveRollBackToThe
 
 TEST_F(StandinClientProtocolTest, SaveTransactionInABatchMarksAPointToRollBackTo)
 {
-    m_client.sendBatch("CREATE TABLE save_probe (n int); BEGIN TRANSACTION; INSERT INTO save_probe VALUES (1); "
-                       "SAVE TRANSACTION before_two; INSERT INTO save_probe VALUES (2); "
-                       "ROLLBACK TRANSACTION before_two; INSERT INTO save_probe VALUES (4); COMMIT TRANSACTION");
+    m_client.sendBatch(
+        "CREATE TABLE save_probe (n int); BEGIN TRANSACTION; INSERT INTO save_probe VALUES (1); "
+        "SAVE TRANSACTION before_two; INSERT INTO save_probe VALUES (2); "
+        "ROLLBACK TRANSACTION before_two; INSERT INTO save_probe VALUES (4); COMMIT TRANSACTION");
     EXPECT_TRUE(succeeded(m_client.readMessage()));
     EXPECT_EQ(queryInt(m_client, "SELECT @out = SUM(n) FROM save_probe"), 5);
 
@@ -262,11 +264,13 @@ TEST_F(StandinClientProtocolTest, SaveTransactionInABatchMarksAPointToRollBackTo
 
 TEST_F(StandinClientProtocolTest, RaiserrorFillsItsMarkersAsSqlServerDoes)
 {
-    m_client.sendBatch("RAISERROR('n=%d i=%5i s=%s x=%x X=%X o=%o u=%u p=%.2s w=%-4d| z=%03d %% *=%*d m=%d', 10, 1, "
-                       "42, 7, N'abc', 255, 255, 8, 3, 'xyz', 5, 9, 6, 12)");
+    m_client.sendBatch(
+        "RAISERROR('n=%d i=%5i s=%s x=%x X=%X o=%o u=%u p=%.2s w=%-4d| z=%03d %% *=%*d m=%d', 10, 1, "
+        "42, 7, N'abc', 255, 255, 8, 3, 'xyz', 5, 9, 6, 12)");
     const auto tokens = m_client.readMessage();
     ASSERT_NE(find(tokens, 0xAB), nullptr);
-    EXPECT_EQ(find(tokens, 0xAB)->text, "n=42 i=    7 s=abc x=ff X=FF o=10 u=3 p=xy w=5   | z=009 % *=    12 m=(null)");
+    EXPECT_EQ(find(tokens, 0xAB)->text,
+              "n=42 i=    7 s=abc x=ff X=FF o=10 u=3 p=xy w=5   | z=009 % *=    12 m=(null)");
 
     m_client.sendBatch("RAISERROR('negative %u %x', 10, 1, -1, -2)");
     EXPECT_EQ(find(m_client.readMessage(), 0xAB)->text, "negative 4294967295 fffffffe");

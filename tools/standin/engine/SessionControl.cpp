@@ -65,8 +65,8 @@ void EngineSession::waitFor(const std::string& delay, ResultSink& sink)
     const auto deadline = std::chrono::steady_clock::now() + length;
     for (auto now = std::chrono::steady_clock::now(); now < deadline && !sink.cancelRequested();
          now = std::chrono::steady_clock::now())
-        std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(deadline - now,
-                                                                                   std::chrono::milliseconds(20)));
+        std::this_thread::sleep_for(
+            std::min<std::chrono::steady_clock::duration>(deadline - now, std::chrono::milliseconds(20)));
 }
 
 } // namespace standin

@@ -502,7 +502,9 @@ int EngineSession::executeSql(std::vector<RpcParameter>& params, ResultSink& sin
     // The statement and its parameter list are bound by position whatever the client calls
     // them: drivers name them as they like ("@stmt", "@statement", "@P0"...).
     if (params.empty() || isNull(params[0].value))
-        throw SqlError(201, 16, "Procedure or function 'sp_executesql' expects parameter '@stmt', which was not supplied.");
+        throw SqlError(
+            201, 16,
+            "Procedure or function 'sp_executesql' expects parameter '@stmt', which was not supplied.");
     const std::string statement = textOf(params[0].value);
     RpcParameter* definitionArg = params.size() > 1 ? &params[1] : nullptr;
     const std::string definitionText =

@@ -49,7 +49,6 @@ const std::set<std::string>& reservedWords()
         "REFERENCES", "RESTORE",
         "RETURN",     "REVOKE",
         "RIGHT",      "ROLLBACK",
-        "SAVE",
         "SELECT",     "SET",
         "TABLE",      "THEN",
         "TO",         "TOP",
@@ -58,6 +57,7 @@ const std::set<std::string>& reservedWords()
         "USE",        "VALUES",
         "WHEN",       "WHERE",
         "WHILE",      "WITH",
+        "SAVE",
     };
     return words;
 }

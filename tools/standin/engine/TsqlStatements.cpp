@@ -225,9 +225,9 @@ void Parser::parseStatementBody()
         if (!accept("DELAY"))
             throw unsupported("WAITFOR " + peek().upper);
         emit(StmtKind::WaitFor, line).args.push_back({"", expr().sql});
-    } else if (kw == "GOTO" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" ||
-               kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" ||
-               kw == "RECONFIGURE" || kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
+    } else if (kw == "GOTO" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" ||
+               kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" ||
+               kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
         throw unsupported("the " + kw + " statement");
     } else {
         syntaxError();

@@ -35,7 +35,8 @@ ServerMessage makeMessage(int32_t number, uint8_t state, uint8_t severity, std::
 
 } // namespace
 
-TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid, std::chrono::milliseconds loginTimeout)
+TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid,
+                             std::chrono::milliseconds loginTimeout)
     : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd),
       m_reader(fd), m_loginTimeout(loginTimeout),
       m_loginDeadline(std::chrono::steady_clock::now() + loginTimeout)
