@@ -275,6 +275,13 @@ TEST_F(StandinClientProtocolTest, RaiserrorFillsItsMarkersAsSqlServerDoes)
     m_client.sendBatch("RAISERROR('negative %u %x', 10, 1, -1, -2)");
     EXPECT_EQ(find(m_client.readMessage(), 0xAB)->text, "negative 4294967295 fffffffe");
 
+    // A message stops at 2,047 characters, however wide its markers; a negative '*' width
+    // left-justifies.
+    m_client.sendBatch("RAISERROR('[%*d] %999999999d', 10, 1, -3, 1, 2)");
+    const std::string wide = find(m_client.readMessage(), 0xAB)->text;
+    EXPECT_EQ(wide.substr(0, 6), "[1  ] ");
+    EXPECT_EQ(wide.size(), 2047u);
+
     m_client.sendBatch("RAISERROR('%d', 16, 1, 'text')");
     const auto refused = m_client.readMessage();
     ASSERT_NE(find(refused, 0xAA), nullptr);

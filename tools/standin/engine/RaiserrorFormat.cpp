@@ -2,11 +2,17 @@
 
 #include "SqlError.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
+#include <string_view>
 
 namespace standin {
 namespace {
+
+// A message holds at most this many characters, so no width or precision needs to be larger.
+constexpr int64_t kLongestMessage = 2047;
 
 std::string printed(const std::string& spec, auto value)
 {
@@ -48,21 +54,26 @@ std::string formatRaiserror(const std::string& format, const std::vector<Value>&
         std::string spec = "%";
         while (j < format.size() && std::string_view("-+0# ").find(format[j]) != std::string_view::npos)
             spec += format[j++];
-        auto number = [&] {
+        // A width or precision; a negative width from '*' left-justifies, as in printf.
+        auto number = [&](int64_t lowest) {
+            int64_t n = 0;
             if (j < format.size() && format[j] == '*') {
                 ++j;
                 const std::optional<Value> v = take();
-                const int64_t* n = v ? std::get_if<int64_t>(&*v) : nullptr;
-                spec += std::to_string(n ? *n : 0);
+                const int64_t* given = v ? std::get_if<int64_t>(&*v) : nullptr;
+                n = given ? *given : 0;
+            } else if (j < format.size() && format[j] >= '0' && format[j] <= '9') {
+                while (j < format.size() && format[j] >= '0' && format[j] <= '9')
+                    n = std::min(n * 10 + (format[j++] - '0'), kLongestMessage);
+            } else {
                 return;
             }
-            while (j < format.size() && format[j] >= '0' && format[j] <= '9')
-                spec += format[j++];
+            spec += std::to_string(std::clamp(n, lowest, kLongestMessage));
         };
-        number();
+        number(-kLongestMessage);
         if (j < format.size() && format[j] == '.') {
             spec += format[j++];
-            number();
+            number(0);
         }
         if (j < format.size() && (format[j] == 'h' || format[j] == 'l'))
             ++j; // the size prefix changes nothing here: integers are printed at full width
@@ -94,6 +105,14 @@ std::string formatRaiserror(const std::string& format, const std::vector<Value>&
                                                                    : static_cast<uint64_t>(*n)));
         }
         i = j;
+    }
+    // Cut to the longest message, counting characters (UTF-8 continuation bytes do not count).
+    int64_t characters = 0;
+    for (size_t k = 0; k < out.size(); ++k) {
+        if ((static_cast<unsigned char>(out[k]) & 0xC0) != 0x80 && ++characters > kLongestMessage) {
+            out.resize(k);
+            break;
+        }
     }
     return out;
 }

@@ -11,7 +11,8 @@
 namespace standin {
 
 // Throws SqlError 2786 when an argument does not suit its marker. A marker without an argument,
-// or with a NULL one, reads "(null)".
+// or with a NULL one, reads "(null)". The result is cut to 2,047 characters, as SQL Server cuts
+// its messages.
 std::string formatRaiserror(const std::string& format, const std::vector<Value>& arguments);
 
 } // namespace standin
