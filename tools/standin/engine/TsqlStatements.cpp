@@ -223,7 +223,7 @@ void Parser::parseStatementBody()
     } else if (kw == "WAITFOR") {
         ++m_pos;
         if (!accept("DELAY"))
-            throw unsupported("WAITFOR " + peek().upper);
+            throw unsupported("the WAITFOR " + peek().upper + " statement");
         emit(StmtKind::WaitFor, line).args.push_back({"", expr().sql});
     } else if (kw == "GOTO" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" ||
                kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" ||
