@@ -174,6 +174,18 @@ TEST_F(OfflineE2e, RemovalWithoutGrantsDropsTheDatabaseAndFindsNoLoginToDrop)
     EXPECT_FALSE(databases().count("LFOffline9"));
 }
 
+TEST_F(OfflineE2e, RemovalAfterATypedGroupsGrantsRemovesTheDatabaseAndOnlyTheBuiltinLogin)
+{
+    OfflineDatabase({}, where).CreateOfflineDatabase();
+    prompter.queueInput(std::string("LAB\\Offline-Benutzer"));
+    ASSERT_EQ(OfflinePermissions({}, kGermany, prompter).GrantOfflinePermissions(),
+              OfflineGrantResult::Granted);
+    EXPECT_EQ(OfflineRemoval({}, where).RemoveOfflineDatabase(), OfflineRemovalResult::Removed);
+    EXPECT_FALSE(databases().count("LFOffline9"));
+    // The removal knows the offline users' login by its built-in English name only.
+    EXPECT_TRUE(loginExists("LAB\\Offline-Benutzer"));
+}
+
 TEST_F(OfflineE2e, AGroupNameWithAQuoteReachesTheServerAsOneName)
 {
     OfflineDatabase({}, where).CreateOfflineDatabase();

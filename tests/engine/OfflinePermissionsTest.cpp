@@ -100,6 +100,16 @@ TEST(OfflinePermissions, GermanLocaleAsksForTheGroupAndGrantsTheTrimmedName)
     EXPECT_EQ(m.connections.opened()[0].statements, expected);
 }
 
+TEST(OfflinePermissions, AMachineWithAGermanUserLocaleAsksInsteadOfUsingTheEnglishName)
+{
+    OfflineMachine m;
+    m.prompter.queueInput(std::string("Benutzer"));
+    OfflinePermissions({}, sys::lcidFromLocaleName("de_DE.UTF-8"), m.prompter).GrantOfflinePermissions();
+    ASSERT_EQ(m.prompter.shown().size(), 1u);
+    EXPECT_TRUE(m.prompter.shown()[0].isInput);
+    EXPECT_EQ(m.connections.opened().at(0).statements.at(0), "EXEC sp_grantlogin 'Benutzer'");
+}
+
 TEST(OfflinePermissions, AnEmptyBlankOrCancelledAnswerGrantsNothing)
 {
     for (const std::optional<std::string>& answer :
