@@ -1,6 +1,5 @@
 // The offline database's creation, grants and removal with the project's osql tool, through
 // unixODBC and FreeTDS, against the SQL Server stand-in.
-#include <algorithm>
 #include <fstream>
 #include <set>
 #include <sstream>

@@ -1,7 +1,6 @@
 #include "OfflineDatabase.h"
 
 #include <fstream>
-#include <sstream>
 
 #include <gtest/gtest.h>
 

@@ -53,8 +53,7 @@ TEST(ServerFromDataLinkLines, TakesTheTextAfterDataSourceInAnyCase)
 TEST(RemoveOfflineDatabase, TheDataLinkFilesServerIsAskedAndTheFileDeleted)
 {
     RemovalSetup s;
-    std::filesystem::path written = s.dataLink;
-    engine::WriteDataLinkFile(written,
+    engine::WriteDataLinkFile(s.dataLink,
                               "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;"
                               "Initial Catalog=LFOffline9;DATA SOURCE=PC1\\OTHER",
                               "test");
