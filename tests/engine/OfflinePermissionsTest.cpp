@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "FakeLocalMachine.h"
-#include "RecordingConnection.h"
+#include "RecordingConnections.h"
 #include "ScriptedPrompter.h"
 
 using engine::LocalServerLogin;
