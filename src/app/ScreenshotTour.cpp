@@ -20,6 +20,7 @@
 #include <QSaveFile>
 
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -110,4 +111,26 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     saved += save(login, folder, "msde-login");
     login.hide();
     return saved;
+}
+
+void UseOffscreenPlatformForScreenshots(int argc, char** argv)
+{
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
+    bool screenshots = false;
+    for (int i = 1; i < argc; ++i) {
+        const char* a = argv[i];
+        if (std::strcmp(a, "-platform") == 0 || std::strcmp(a, "--platform") == 0)
+            return; // the user chose a platform
+        screenshots =
+            screenshots || std::strcmp(a, "--screenshots") == 0 || std::strncmp(a, "--screenshots=", 14) == 0;
+    }
+    const bool display =
+        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (screenshots && !display && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+#else
+    // Windows and macOS always have a screen for the window to be drawn on.
+    (void)argc;
+    (void)argv;
+#endif
 }

@@ -9,6 +9,7 @@
 
 int main(int argc, char** argv)
 {
+    UseOffscreenPlatformForScreenshots(argc, argv);
     QApplication app(argc, argv);
     QApplication::setApplicationName(version::kApplicationTitle);
     QApplication::setApplicationVersion(QString("%1.%2.%3").arg(version::kMajor).arg(version::kMinor).arg(version::kRevision));

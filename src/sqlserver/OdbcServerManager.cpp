@@ -11,6 +11,9 @@
 namespace sqlserver {
 namespace {
 
+// master 1, tempdb 2, model 3, msdb 4.
+constexpr long long kLastSystemDatabaseId = 4;
+
 // How long the server list waits for browsers to answer a broadcast.
 constexpr std::chrono::milliseconds kBroadcastWindow(1500);
 
@@ -179,9 +182,12 @@ bool OdbcServerConnection::CanCreateDatabases()
 std::vector<DatabaseInfo> OdbcServerConnection::Databases()
 {
     std::vector<DatabaseInfo> out;
-    for (const auto& row :
-         connection().query("SELECT name, HAS_DBACCESS(name) FROM sys.databases ORDER BY database_id"))
-        out.push_back(DatabaseInfo{row.at(0).toText(), row.at(1).toInt() == 1});
+    // The server gives its own databases the identifiers 1 to 4 and never hands them to a
+    // database it creates or restores; that mark holds whatever the system databases are named.
+    for (const auto& row : connection().query(
+             "SELECT name, HAS_DBACCESS(name), database_id FROM sys.databases ORDER BY database_id"))
+        out.push_back(DatabaseInfo{row.at(0).toText(), row.at(1).toInt() == 1,
+                                   row.at(2).toInt() <= kLastSystemDatabaseId});
     return out;
 }
 

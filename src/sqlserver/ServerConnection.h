@@ -8,10 +8,12 @@
 
 namespace sqlserver {
 
-// A database of the server in catalog order; canUse: the connected login may use it.
+// A database of the server in catalog order; canUse: the connected login may use it;
+// isSystem: one of the server's own databases (master, tempdb, model, msdb).
 struct DatabaseInfo {
     std::string name;
     bool canUse = false;
+    bool isSystem = false;
 };
 
 // A server login; isSystem: a login the server itself owns ("sa", "##MS_...##", NT SERVICE\...).
@@ -67,7 +69,8 @@ public:
     // The login may create databases (sysadmin or dbcreator, or CREATE ANY DATABASE).
     virtual bool CanCreateDatabases() = 0;
 
-    // Every database in catalog order, with whether the connected login may use it.
+    // Every database in catalog order, with whether the connected login may use it and
+    // whether it is a system database.
     virtual std::vector<DatabaseInfo> Databases() = 0;
     // Every login, with the system flag.
     virtual std::vector<LoginInfo> Logins() = 0;

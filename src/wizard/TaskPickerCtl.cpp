@@ -125,8 +125,12 @@ void TaskPickerCtl::initializeFromRegistry()
     option(CreateOffline)->setVisible(false);
     option(ConnectDesktop)->setVisible(false);
 
-    for (QRadioButton* o : m_options)
+    for (QRadioButton* o : m_options) {
         LanguageUtils::ApplyLanguageFont(o, true, 0);
+        // Tool tips are drawn in the application's tool-tip font; a rule on the option gives
+        // this option's tip the caption's face without touching the tips of other windows.
+        o->setStyleSheet(QStringLiteral("QToolTip { font-family: \"%1\"; }").arg(o->font().family()));
+    }
     LanguageUtils::ApplyLanguageFont(m_explanationTextBox, false, 0);
 }
 

@@ -173,9 +173,10 @@ void frmInstall::Form_Load()
     for (QWidget* w : std::initializer_list<QWidget*>{lblHeader, lblBottom, cmdNext, cmdBack, cmdCancel, cmdDone})
         ApplyLanguageFont(w, false, 0);
 
-    // Room for four lines of the bottom note.
-    const int lineHeight = QFontMetrics(lblBottom->font()).boundingRect("My").height();
-    lblBottom->setFixedHeight((lineHeight + 1) * 4);
+    // Room for four lines of the bottom note, measured in the window's font; from the first
+    // layout on, the note is as tall as its text.
+    const int lineHeight = QFontMetrics(font()).boundingRect("My").height();
+    lblBottom->resize(lblBottom->width(), (lineHeight + 1) * 4);
 
     layoutImages();
     m_currentPage = WelcomePage;
@@ -212,11 +213,33 @@ void frmInstall::resizeEvent(QResizeEvent* event)
 
     Line1->setGeometry(0, kBandHeight, w, 2);
     Line2->setGeometry(kMargin, buttonTop - kMargin, w - 2 * kMargin, 2);
-    lblBottom->setGeometry(kMargin, Line2->y() - 4 - lblBottom->height(), w - 2 * kMargin, lblBottom->height());
+    layoutBottomNote();
 
     Image1->setGeometry(0, 0, kImageWidth, Line2->y());
     Image1->setPixmap(renderSvg(":/images/flask.svg", QSize(kImageWidth, Line2->y())));
     layoutPages();
+}
+
+bool frmInstall::event(QEvent* event)
+{
+    // A new bottom note asks for a new layout: its height follows the text, and the pages end
+    // where it begins.
+    if (event->type() == QEvent::LayoutRequest && lblBottom->height() != bottomNoteHeight()) {
+        layoutBottomNote();
+        layoutPages();
+    }
+    return QWidget::event(event);
+}
+
+void frmInstall::layoutBottomNote()
+{
+    const int height = bottomNoteHeight();
+    lblBottom->setGeometry(kMargin, Line2->y() - 4 - height, width() - 2 * kMargin, height);
+}
+
+int frmInstall::bottomNoteHeight() const
+{
+    return lblBottom->heightForWidth(width() - 2 * kMargin);
 }
 
 QRect frmInstall::pageRect() const

@@ -95,10 +95,13 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     void Form_Load();
     void layoutImages();
+    void layoutBottomNote();
+    int bottomNoteHeight() const;
     void layoutPages();
     void setHeaderBandVisible(bool visible);
     void showPage(WizardPage* page, Page number);

@@ -88,6 +88,7 @@ TEST(ServerModelE2e, DatabasesInCatalogOrderWithTheUsableFlag)
     for (const auto& d : wizard) {
         names.push_back(d.name);
         EXPECT_TRUE(d.canUse) << d.name;
+        EXPECT_EQ(d.isSystem, d.name == "master") << d.name;
     }
     ASSERT_GE(names.size(), 3u);
     EXPECT_EQ(names.front(), "master");

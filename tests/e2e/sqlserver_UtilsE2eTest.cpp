@@ -8,39 +8,11 @@
 
 using namespace SQLServerUtils;
 
-namespace {
-
-// InstalledInstances as regedit writes it, for the given names.
-std::string instancesReg(const std::vector<std::string>& names)
-{
-    std::string hex;
-    auto add = [&](unsigned char b) {
-        char buf[4];
-        std::snprintf(buf, sizeof buf, "%02x", b);
-        hex += (hex.empty() ? "" : ",") + std::string(buf);
-    };
-    for (const auto& n : names) {
-        for (char c : n) {
-            add(static_cast<unsigned char>(c));
-            add(0);
-        }
-        add(0);
-        add(0);
-    }
-    add(0);
-    add(0);
-    return std::string(regtext::kHeader) +
-           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
-           "\"InstalledInstances\"=hex(7):" + hex + "\r\n\r\n";
-}
-
-} // namespace
-
 TEST(FindLocalServerWithDatabaseE2e, DatabaseOnTheSecondOfTwoAnsweringInstances)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN"), StandinMachine::instance("LABS")});
     m.sa("LABS")->Execute("CREATE DATABASE LFOffline9");
-    RegistryFixture registry(instancesReg({"VELDRIN", "LABS"}));
+    RegistryFixture registry(regtext::installedInstances({"VELDRIN", "LABS"}));
     EXPECT_EQ(FindLocalServerWithDatabase("lfoffline9"), "PC1\\LABS");
 }
 
@@ -48,7 +20,7 @@ TEST(FindLocalServerWithDatabaseE2e, DatabaseOnTheFirstStopsThere)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN"), StandinMachine::instance("LABS")});
     m.sa("VELDRIN")->Execute("CREATE DATABASE LFDesktop10");
-    RegistryFixture registry(instancesReg({"VELDRIN", "LABS"}));
+    RegistryFixture registry(regtext::installedInstances({"VELDRIN", "LABS"}));
     EXPECT_EQ(FindLocalServerWithDatabase("LFDesktop10"), "PC1\\VELDRIN");
 }
 
@@ -56,7 +28,7 @@ TEST(FindLocalServerWithDatabaseE2e, OnNeitherGivesTheLastAnsweringInstance)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN"), StandinMachine::instance("LABS")});
     // GONE is installed but not running: it does not answer and is skipped.
-    RegistryFixture registry(instancesReg({"VELDRIN", "LABS", "GONE"}));
+    RegistryFixture registry(regtext::installedInstances({"VELDRIN", "LABS", "GONE"}));
     EXPECT_EQ(FindLocalServerWithDatabase("LFOffline9"), "PC1\\LABS");
 }
 
@@ -64,14 +36,14 @@ TEST(FindLocalServerWithDatabaseE2e, DefaultInstanceIsReachedByAnEmptyNameAndSho
 {
     StandinMachine m({StandinMachine::instance("MSSQLSERVER"), StandinMachine::instance("VELDRIN")});
     m.sa("MSSQLSERVER")->Execute("CREATE DATABASE LFDesktop10");
-    RegistryFixture registry(instancesReg({"VELDRIN", "MSSQLSERVER"}));
+    RegistryFixture registry(regtext::installedInstances({"VELDRIN", "MSSQLSERVER"}));
     EXPECT_EQ(FindLocalServerWithDatabase("LFDesktop10"), "(local)");
 }
 
 TEST(FindLocalServerWithDatabaseE2e, NoAnsweringInstanceRaisesTheNoInstancesError)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN")});
-    RegistryFixture registry(instancesReg({"GONE", "ALSOGONE"}));
+    RegistryFixture registry(regtext::installedInstances({"GONE", "ALSOGONE"}));
     try {
         FindLocalServerWithDatabase("LFDesktop10");
         FAIL() << "no error";

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FakeServerManager.h"
-#include "FakeSystemInfo.h"
-#include "RegistryFixture.h"
+#include "FakeLocalMachine.h"
 #include "TempDir.h"
 
 using namespace SQLServerUtils;
@@ -32,42 +30,7 @@ std::vector<std::string> allTokens(std::string source)
     return out;
 }
 
-// InstalledInstances holding the given names, as regedit writes a hex(7) value.
-std::string instancesReg(const std::vector<std::string>& names)
-{
-    std::string bytes;
-    for (const auto& n : names) {
-        for (char c : n) {
-            bytes += c;
-            bytes += '\0';
-        }
-        bytes += std::string(2, '\0');
-    }
-    bytes += std::string(2, '\0');
-    std::string hex;
-    char buf[4];
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        std::snprintf(buf, sizeof buf, "%02x", static_cast<unsigned char>(bytes[i]));
-        hex += (i ? "," : "") + std::string(buf);
-    }
-    return std::string(regtext::kHeader) +
-           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
-           "\"InstalledInstances\"=hex(7):" + hex + "\r\n\r\n";
-}
-
-struct Machine {
-    explicit Machine(const std::vector<std::string>& instances, const std::string& computer = "PC1")
-        : registry(instancesReg(instances)), system(std::make_shared<FakeSystemInfo>()),
-          systemOverride(system), manager(std::make_shared<FakeServerManager>()), managerOverride(manager)
-    {
-        system->computer = computer;
-    }
-    RegistryFixture registry;
-    std::shared_ptr<FakeSystemInfo> system;
-    sys::ScopedSystemOverride systemOverride;
-    std::shared_ptr<FakeServerManager> manager;
-    sqlserver::ScopedServerManagerOverride managerOverride;
-};
+using Machine = FakeLocalMachine;
 
 } // namespace
 

@@ -183,7 +183,12 @@ std::vector<RawToken> RawTdsClient::parseTokens(const Bytes& payload)
             t.text = m.usVarChar();
             break;
         }
-        case 0xE3:
+        case 0xE3: {
+            const uint16_t len = r.u16();
+            t.value = len > 0 ? r.peek() : 0;
+            r.skip(len);
+            break;
+        }
         case 0xAD:
             r.skip(r.u16());
             break;

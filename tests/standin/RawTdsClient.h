@@ -21,7 +21,7 @@ struct RawToken {
     // DONE, DONEPROC, DONEINPROC
     uint16_t status = 0;
     uint64_t rowCount = 0;
-    // RETURNSTATUS, RETURNVALUE (int)
+    // RETURNSTATUS, RETURNVALUE (int); ENVCHANGE: its type
     int64_t value = 0;
 };
 

@@ -75,3 +75,22 @@ TEST(ServerConfig, CommandLineForOneInstance)
     EXPECT_THROW(parseCommandLine({"--data", "/x", "--frobnicate"}), ConfigError);
     EXPECT_THROW(parseCommandLine({"--config", "a.ini", "--port", "1"}), ConfigError);
 }
+
+TEST(ServerConfig, LoginTimeOutComesFromTheFileOrTheCommandLine)
+{
+    TempDir dir;
+    const auto file = dir.write("standin.ini", "[instance A]\n"
+                                               "data = a\n"
+                                               "login-timeout-ms = 250\n"
+                                               "[instance B]\n"
+                                               "data = b\n");
+    const ServerSettings s = readConfigFile(file.string());
+    ASSERT_EQ(s.instances.size(), 2u);
+    EXPECT_EQ(s.instances[0].loginTimeoutMillis, 250);
+    EXPECT_EQ(s.instances[1].loginTimeoutMillis, 60000);
+
+    const ServerSettings single = parseCommandLine({"--data", "/tmp/x", "--login-timeout-ms", "1500"});
+    ASSERT_EQ(single.instances.size(), 1u);
+    EXPECT_EQ(single.instances[0].loginTimeoutMillis, 1500);
+    EXPECT_THROW(parseCommandLine({"--data", "/tmp/x", "--login-timeout-ms", "soon"}), ConfigError);
+}

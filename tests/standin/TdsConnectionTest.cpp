@@ -189,10 +189,16 @@ TEST_F(TdsConnectionTest, AttentionDuringARequestCancelsItAndIsAcknowledged)
     client().sendBatch("spin");
     ASSERT_TRUE(m_script.waitFor(&Script::started));
     client().sendAttention();
+    // The engine's abort message went out at once, so the response is finished first (its DONE
+    // says error, not attention); the acknowledgement comes as the next message, alone.
     const auto tokens = client().readMessage();
     EXPECT_TRUE(m_script.sawCancel);
     EXPECT_EQ(last(tokens).type, 0xFD);
-    EXPECT_EQ(last(tokens).status, 0x20);
+    EXPECT_EQ(last(tokens).status, 0x02);
+    const auto ack = client().readMessage();
+    ASSERT_EQ(ack.size(), 1u);
+    EXPECT_EQ(ack[0].type, 0xFD);
+    EXPECT_EQ(ack[0].status, 0x20);
     // The connection is usable afterwards, and the flag is down again.
     client().sendBatch("two");
     const auto next = client().readMessage();
@@ -274,4 +280,32 @@ TEST_F(TdsConnectionTest, TruncatedLoginClosesTheConnection)
 {
     client().sendPacket(0x10, Bytes{0x40, 0, 0, 0, 4, 0, 0, 0x74});
     EXPECT_TRUE(client().closedByServer());
+}
+
+TEST(TdsConnectionLogin, LoginTimeOutClosesAStalledLoginButNotALoggedInClient)
+{
+    Script script;
+    ScriptedInstance instance(script);
+    auto connect = [&](std::unique_ptr<TdsConnection>& connection) {
+        int fds[2];
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0)
+            throw std::runtime_error("socketpair failed");
+        connection = std::make_unique<TdsConnection>(fds[0], instance, 55, std::chrono::milliseconds(300));
+        connection->start();
+        return RawTdsClient(fds[1]);
+    };
+    std::unique_ptr<TdsConnection> stalledConnection;
+    RawTdsClient stalled = connect(stalledConnection);
+    // A PRELOGIN header announcing 47 bytes, and only the first three of them.
+    stalled.sendRaw(Bytes{0x12, 0x01, 0x00, 0x2F, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x15});
+
+    std::unique_ptr<TdsConnection> loggedInConnection;
+    RawTdsClient loggedIn = connect(loggedInConnection);
+    loggedIn.login("sa", "right");
+
+    EXPECT_TRUE(stalled.closedByServer(5000));
+    // Well past the time-out, the client that logged in is still served.
+    EXPECT_FALSE(loggedIn.closedByServer(500));
+    loggedIn.sendBatch("two");
+    EXPECT_EQ(last(loggedIn.readMessage()).rowCount, 2u);
 }

@@ -121,3 +121,34 @@ TEST(TdsRequest, TransactionManagerCommitThatBeginsAnother)
     truncated.u16(7);
     EXPECT_THROW(parseTransactionRequest(truncated.bytes()), ProtocolError);
 }
+
+TEST(TdsRequest, TransactionManagerNamesAreCountedInBytes)
+{
+    ByteWriter w;
+    allHeaders(w);
+    w.u16(5); // begin
+    w.u8(0);  // isolation level
+    w.u8(10); // "outer": 5 characters, 10 bytes
+    w.ucs2("outer");
+    const TransactionRequest begin = parseTransactionRequest(w.bytes());
+    EXPECT_EQ(begin.kind, TransactionRequest::Begin);
+    EXPECT_EQ(begin.name, "outer");
+
+    ByteWriter rollback;
+    allHeaders(rollback);
+    rollback.u16(8);
+    rollback.u8(8);
+    rollback.ucs2("mark");
+    rollback.u8(0);
+    const TransactionRequest r = parseTransactionRequest(rollback.bytes());
+    EXPECT_EQ(r.kind, TransactionRequest::Rollback);
+    EXPECT_EQ(r.name, "mark");
+    EXPECT_FALSE(r.beginAnother);
+
+    ByteWriter odd;
+    allHeaders(odd);
+    odd.u16(9);
+    odd.u8(3);
+    odd.raw(Bytes{'a', 0, 'b'});
+    EXPECT_THROW(parseTransactionRequest(odd.bytes()), ProtocolError);
+}

@@ -3,7 +3,10 @@
 #include "RegFileRegistry.h"
 #include "TempDir.h"
 
+#include <cstdio>
 #include <memory>
+#include <string>
+#include <vector>
 
 // Installs a registry read from .reg text for the scope of a test: the real file reader
 // over a file the test writes.
@@ -31,4 +34,27 @@ inline const char* kInstancesMssqlVeldrin =
 inline const char* kProductKey = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Veldrin\\Labfolio\\10.0]\r\n\"Path\"=\"C:\\\\Labfolio\"\r\n\r\n";
 inline const char* kChemistryKey =
     "[HKEY_CLASSES_ROOT\\Strucora10.Document\\CLSID]\r\n@=\"{6A2B5E10-0000-4000-8000-00AA00BB00CC}\"\r\n\r\n";
+// InstalledInstances for the given names as regedit writes it (hex(7), UTF-16LE, each name
+// ended by a NUL and the list by another), with the registry file's header.
+inline std::string installedInstances(const std::vector<std::string>& names)
+{
+    std::string hex;
+    auto add = [&](unsigned char b) {
+        char buf[4];
+        std::snprintf(buf, sizeof buf, "%02x", b);
+        hex += (hex.empty() ? "" : ",") + std::string(buf);
+    };
+    for (const auto& n : names) {
+        for (char c : n) {
+            add(static_cast<unsigned char>(c));
+            add(0);
+        }
+        add(0);
+        add(0);
+    }
+    add(0);
+    add(0);
+    return std::string(kHeader) + "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n" +
+           "\"InstalledInstances\"=hex(7):" + hex + "\r\n\r\n";
+}
 }  // namespace regtext

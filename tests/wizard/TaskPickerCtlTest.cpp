@@ -1,7 +1,11 @@
 #include "RegistryFixture.h"
 #include "TaskPickerCtl.h"
 
+#include <QApplication>
+#include <QHelpEvent>
+#include <QLabel>
 #include <QPlainTextEdit>
+#include <QToolTip>
 #include <QRadioButton>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -25,6 +29,15 @@ std::string regFile(bool engine, bool product, bool chemistry)
     if (chemistry)
         text += regtext::kChemistryKey;
     return text;
+}
+
+// The tool tip on show: Qt draws it in a label window of its own.
+const QWidget* shownToolTip()
+{
+    for (const QWidget* w : QApplication::topLevelWidgets())
+        if (w->objectName() == "qtooltip_label" && w->isVisible())
+            return w;
+    return nullptr;
 }
 
 const char* kAllOptions[] = {"mServeDatabaseOption", "mConnectOption", "mConnectDesktopOption",
@@ -141,6 +154,41 @@ TEST(TaskPickerCtl, CaptionsAndToolTips)
     EXPECT_EQ(option(page, "mRebuildMolIDsOption")->text(), "Rebuild SQLServer Chemical Structure Index");
     EXPECT_TRUE(option(page, "mRemoveOfflineOption")->toolTip().isEmpty());
     EXPECT_TRUE(option(page, "mServeDatabaseOption")->font().bold());
+}
+
+TEST(TaskPickerCtl, ToolTipsAreDrawnInTheCaptionsFace)
+{
+    RegistryFixture registry(regFile(true, true, true));
+    TaskPickerCtl page;
+    page.resize(600, 300);
+    page.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&page));
+    const QFont applicationTipFont = QToolTip::font();
+
+    // The tip of an option, asked for as the mouse asks for it.
+    QRadioButton* connect = option(page, "mConnectOption");
+    QHelpEvent ask(QEvent::ToolTip, QPoint(5, 5), connect->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(connect, &ask);
+    ASSERT_TRUE(QToolTip::isVisible());
+    const QWidget* tip = shownToolTip();
+    ASSERT_NE(tip, nullptr);
+    EXPECT_EQ(QToolTip::text(), connect->toolTip());
+    EXPECT_EQ(tip->font().family(), connect->font().family());
+    EXPECT_EQ(connect->font().family(), "Verdana");
+    QToolTip::hideText();
+
+    // Other windows keep the application's tool-tip font.
+    EXPECT_EQ(QToolTip::font(), applicationTipFont);
+    QLabel other("other");
+    other.setToolTip("plain tip");
+    other.show();
+    QHelpEvent askOther(QEvent::ToolTip, QPoint(2, 2), other.mapToGlobal(QPoint(2, 2)));
+    QApplication::sendEvent(&other, &askOther);
+    ASSERT_TRUE(QToolTip::isVisible());
+    const QWidget* otherTip = shownToolTip();
+    ASSERT_NE(otherTip, nullptr);
+    EXPECT_NE(otherTip->font().family(), "Verdana");
+    QToolTip::hideText();
 }
 
 TEST(TaskPickerCtl, ExplanationsOfTheHiddenTasksAreKeptAsWritten)

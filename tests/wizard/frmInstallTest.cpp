@@ -1,3 +1,4 @@
+#include "BackupDirectoryCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "FakeServerManager.h"
 #include "LfError.h"
@@ -6,12 +7,15 @@
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
 #include "ScriptedPrompter.h"
+#include "ServiceNameCtl.h"
 #include "TaskPickerCtl.h"
 #include "WelcomeCtl.h"
 #include "WizardPage.h"
 #include "frmInstall.h"
 
+#include <QApplication>
 #include <QComboBox>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -141,10 +145,48 @@ TEST_F(FrameTest, ResizingKeepsPagesInTheirRectangleAndClearOfTheButtons)
     EXPECT_LE(welcome.bottom(), child("Line2")->geometry().top());
 }
 
-TEST_F(FrameTest, BottomNoteHoldsFourLines)
+TEST(FrameLoad, TheBottomNoteStartsFourLinesOfTheWindowsFontHigh)
 {
-    const int line = QFontMetrics(child("lblBottom")->font()).boundingRect("My").height();
-    EXPECT_EQ(child("lblBottom")->height(), (line + 1) * 4);
+    RegistryFixture registry(regtext::kHeader);
+    auto servers = std::make_shared<FakeServerManager>();
+    sqlserver::ScopedServerManagerOverride serverOverride{servers};
+    ScriptedPrompter prompter;
+    const QFont before = QApplication::font();
+    QFont large = before;
+    large.setPixelSize(40);
+    QApplication::setFont(large);
+    frmInstall window(prompter); // not shown: no layout has run yet
+    QApplication::setFont(before);
+
+    const auto* note = window.findChild<QLabel*>("lblBottom");
+    const int windowLine = QFontMetrics(window.font()).boundingRect("My").height();
+    ASSERT_NE(windowLine, QFontMetrics(note->font()).boundingRect("My").height())
+        << "the note's own font must differ for this test to tell them apart";
+    EXPECT_EQ(note->height(), (windowLine + 1) * 4);
+}
+
+TEST_F(FrameTest, TheBottomNoteIsAsTallAsItsTextAndThePagesEndAboveIt)
+{
+    window->ShowBackupFolderPage();
+    QApplication::processEvents();
+    auto* note = child<QLabel>("lblBottom");
+    ASSERT_TRUE(note->text().startsWith("NOTE: The location of the backup file"));
+    for (int width : {900, 560, 660}) {
+        window->resize(width, 450);
+        QApplication::processEvents();
+        EXPECT_EQ(note->height(), note->heightForWidth(note->width())) << width;
+        EXPECT_LE(window->backupFolderPage()->geometry().bottom(), note->geometry().top()) << width;
+        EXPECT_LE(note->geometry().bottom(), child("Line2")->geometry().top()) << width;
+    }
+    const int lines = note->height();
+
+    // Another page's note, without a resize: the note and the page follow the new text.
+    window->ShowServiceNamePage();
+    QApplication::processEvents();
+    ASSERT_TRUE(note->text().startsWith("The Service Name appears"));
+    EXPECT_EQ(note->height(), note->heightForWidth(note->width()));
+    EXPECT_LT(note->height(), lines) << "one sentence takes fewer lines than the backup note";
+    EXPECT_LE(window->serviceNamePage()->geometry().bottom(), note->geometry().top());
 }
 
 TEST_F(FrameTest, CancelAsksAndNoKeepsTheWindow)

@@ -35,7 +35,8 @@ void SQLDatabaseCtl::Initialize(sqlserver::ServerConnection& server)
 {
     PageControls::clearBox(cmbDatabase);
     for (const sqlserver::DatabaseInfo& database : server.Databases()) {
-        if (database.canUse)
+        // The server's own databases never hold the product's data.
+        if (database.canUse && !database.isSystem)
             PageControls::addItemKeepingText(cmbDatabase, QString::fromStdString(database.name));
     }
     if (cmbDatabase->count() == 0)

@@ -16,6 +16,7 @@
 #include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -89,6 +90,8 @@ SQLServerCtl::SQLServerCtl(LocalServerNameSource localServerName, QWidget* paren
     cmbServerList->setEditable(true);
     cmbServerList->setInsertPolicy(QComboBox::NoInsert);
     mScanningProgress->setTextVisible(false);
+    // The probes wait on the network, not on the processor: one thread each.
+    m_probes.setMaxThreadCount(kMaxParallelProbes);
     mTimer->setInterval(kTickMilliseconds);
     mTimer->setProperty(kTag, QStringLiteral("0"));
 
@@ -244,15 +247,21 @@ bool SQLServerCtl::IsInServerList(const QString& name) const
     return false;
 }
 
+void SQLServerCtl::setMaxParallelProbes(int probes)
+{
+    m_maxParallelProbes = std::max(1, probes);
+    m_probes.setMaxThreadCount(std::max(m_probes.maxThreadCount(), m_maxParallelProbes));
+}
+
 void SQLServerCtl::startScan(sqlserver::NameList servers)
 {
-    // A probe of an earlier scan may still be running; its result is dropped when it arrives
-    // (see applyProbe), so the new scan starts clean.
+    // Probes of an earlier scan may still be running; their results are dropped when they
+    // arrive (see probeFinished), so the new scan starts clean.
     ++m_scan;
-    m_probeOutstanding = false;
     m_paused = false;
     const int count = servers.Count();
     m_pending = std::move(servers);
+    m_window.emplace(0, count, m_maxParallelProbes);
     setScanIndex(0);
     mTimer->setInterval(kTickMilliseconds);
     mTimer->start();
@@ -263,50 +272,69 @@ void SQLServerCtl::startScan(sqlserver::NameList servers)
 
 void SQLServerCtl::onTimerTick()
 {
-    if (m_probeOutstanding || !m_pending) {
+    if (!m_pending || !m_window) {
         mTimer->stop();
         return;
     }
-    const int index = scanIndex();
-    if (index > m_pending->Count()) {
+    if (m_window->done()) {
         endScan();
         return;
     }
-    const std::string name = m_pending->Item(index);
-    if (name.empty()) {
-        finishIndex(index);
-        return;
+    while (const auto index = m_window->nextToStart()) {
+        const std::string name = m_pending->Item(*index);
+        if (name.empty())
+            m_window->finished(*index, false);
+        else
+            startProbe(*index, name);
     }
+    applyArrivedResults();
+    // The timer rests while the window is full or every name has started, until a result
+    // comes in; a finished walk ends at the next tick.
+    if (m_window && !m_window->done() && !m_window->canStart())
+        mTimer->stop();
+}
 
-    // The timer rests until the probe's result is in; the result restarts it unless the page
-    // has been hidden meanwhile.
-    mTimer->stop();
-    m_probeOutstanding = true;
+void SQLServerCtl::startProbe(int index, const std::string& name)
+{
     sqlserver::ServerManager& manager = sqlserver::serverManager();
     const std::uint64_t scan = m_scan;
     QtConcurrent::run(&m_probes, [&manager, name] {
         return probeQualifies(manager, name);
-    }).then(this, [this, scan, index, name](bool qualifies) {
-        applyProbe(scan, index, QString::fromStdString(name), qualifies);
-    });
+    }).then(this, [this, scan, index](bool qualifies) { probeFinished(scan, index, qualifies); });
 }
 
-void SQLServerCtl::applyProbe(std::uint64_t scan, int index, const QString& name, bool qualifies)
+void SQLServerCtl::probeFinished(std::uint64_t scan, int index, bool qualifies)
 {
     // A scan started since (Rescan, or a new probing fill) makes this result stale: drop it.
-    if (scan != m_scan)
+    if (scan != m_scan || !m_window)
         return;
-    m_probeOutstanding = false;
-    // Probed names are not checked against the list: a local instance that also answers on
-    // the network is listed twice, as it always has been.
-    if (qualifies)
-        PageControls::addItemKeepingText(cmbServerList, name);
-    if (cmbServerList->count() == 1)
-        PageControls::selectItem(cmbServerList, 0);
-    finishIndex(index);
-    emit probeApplied(index, name, qualifies);
+    m_window->finished(index, qualifies);
+    applyArrivedResults();
     if (!m_paused && m_pending)
         mTimer->start();
+}
+
+void SQLServerCtl::applyArrivedResults()
+{
+    const std::uint64_t scan = m_scan;
+    // A handler of probeApplied may start another scan; the results of this one stop there.
+    while (scan == m_scan && m_window) {
+        const auto result = m_window->nextInOrder();
+        if (!result)
+            break;
+        const QString name = QString::fromStdString(m_pending->Item(result->index));
+        if (!name.isEmpty()) {
+            // Probed names are not checked against the list: a local instance that also
+            // answers on the network is listed twice, as it always has been.
+            if (result->qualifies)
+                PageControls::addItemKeepingText(cmbServerList, name);
+            if (cmbServerList->count() == 1)
+                PageControls::selectItem(cmbServerList, 0);
+        }
+        finishIndex(result->index);
+        if (!name.isEmpty())
+            emit probeApplied(result->index, name, result->qualifies);
+    }
 }
 
 void SQLServerCtl::finishIndex(int index)
@@ -320,6 +348,7 @@ void SQLServerCtl::endScan()
     mTimer->stop();
     setScanningVisible(false);
     m_pending.reset();
+    m_window.reset();
     mRescanButton->show();
     emit scanEnded();
 }
@@ -343,14 +372,14 @@ void SQLServerCtl::showEvent(QShowEvent* event)
 {
     WizardPage::showEvent(event);
     m_paused = false;
-    if (m_pending && !m_probeOutstanding)
+    if (m_pending)
         mTimer->start();
 }
 
 void SQLServerCtl::hideEvent(QHideEvent* event)
 {
     WizardPage::hideEvent(event);
-    // The scan keeps its list and its index; a probe already under way finishes and is listed.
+    // The scan keeps its list and its index; probes already under way finish and are listed.
     m_paused = true;
     mTimer->stop();
 }

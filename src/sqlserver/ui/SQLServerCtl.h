@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NameList.h"
+#include "ProbeWindow.h"
 #include "WizardPage.h"
 
 #include <QString>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 
 class QComboBox;
 class QLabel;
@@ -19,11 +21,12 @@ class QTimer;
 // The page on which the user picks the server that will hold the multi-user database: the
 // servers on the network and the instances of this computer, or a typed name.
 //
-// A probing scan (CreatorOnly, or Rescan) walks the network list one index per tick of
-// mTimer and lists a server only when a Windows login to it may create databases. The login
-// attempt runs on a worker thread so that the window keeps painting and answering while a
-// server takes its whole login time-out; the next tick waits for the outstanding probe, so
-// names still arrive one at a time and in list order.
+// A probing scan (CreatorOnly, or Rescan) walks the network list from mTimer's ticks and
+// lists a server only when a Windows login to it may create databases. The logins run on
+// worker threads, several at once, so that the window keeps painting and answering and a
+// network of silent servers costs about one login time-out instead of one each; their results
+// enter the list one at a time and in list order, as a scan of one probe at a time would
+// enter them.
 class SQLServerCtl : public WizardPage {
     Q_OBJECT
 public:
@@ -34,6 +37,9 @@ public:
     // busy server on the LAN, short enough that a dead name does not hold the scan up long.
     static constexpr int kProbeLoginTimeoutSeconds = 5;
     static constexpr int kTickMilliseconds = 10;
+    // Logins under way at once during a scan: enough for a busy network's silent servers to
+    // time out together, few enough to stay a modest load on the machine and the network.
+    static constexpr int kMaxParallelProbes = 16;
 
     explicit SQLServerCtl(LocalServerNameSource localServerName = {}, QWidget* parent = nullptr);
     ~SQLServerCtl() override;
@@ -54,9 +60,13 @@ public:
     // Exact, case-sensitive.
     bool IsInServerList(const QString& name) const;
 
+    // How many logins a scan started from now on runs at once (1: one after another).
+    void setMaxParallelProbes(int probes);
+
     // Scan state, as the page and its tests see it.
     bool isScanPending() const { return m_pending.has_value(); }
-    bool isProbeOutstanding() const { return m_probeOutstanding; }
+    // A probe of the current scan has started and its result has not entered the list yet.
+    bool isProbeOutstanding() const { return m_window && m_window->outstanding() > 0; }
     // mTimer's "Tag": the index of the next name to probe.
     int scanIndex() const;
 
@@ -77,7 +87,9 @@ private:
     void onTimerTick();
     void onRescanClicked();
     void startScan(sqlserver::NameList servers);
-    void applyProbe(std::uint64_t scan, int index, const QString& name, bool qualifies);
+    void startProbe(int index, const std::string& name);
+    void probeFinished(std::uint64_t scan, int index, bool qualifies);
+    void applyArrivedResults();
     void finishIndex(int index);
     void endScan();
     void setScanIndex(int index);
@@ -93,10 +105,11 @@ private:
 
     LocalServerNameSource m_localServerName;
     bool m_creatorOnly = false;
-    std::optional<sqlserver::NameList> m_pending; // the list a probing scan walks
-    std::uint64_t m_scan = 0;                     // numbers the scans, so a stale probe is known
-    bool m_probeOutstanding = false;              // of the current scan
-    bool m_paused = false;                        // hidden: ticks wait for the next Show
+    int m_maxParallelProbes = kMaxParallelProbes;
+    std::optional<sqlserver::NameList> m_pending;   // the list a probing scan walks
+    std::optional<sqlserver::ProbeWindow> m_window; // which of its indices are under way
+    std::uint64_t m_scan = 0;                       // numbers the scans, so a stale probe is known
+    bool m_paused = false;                          // hidden: ticks wait for the next Show
     // Declared last, destroyed first: waits for probes still running so none outlives the page.
     QThreadPool m_probes;
 };

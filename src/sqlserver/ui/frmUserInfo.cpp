@@ -48,6 +48,8 @@ frmUserInfo::frmUserInfo(Prompter& prompter, QWidget* parent)
 
     Label3->setWordWrap(true);
     txtPWD->setEchoMode(QLineEdit::Password);
+    // The dialog masks the password with asterisks, whatever mask the style would draw.
+    txtPWD->setStyleSheet(QStringLiteral("QLineEdit { lineedit-password-character: 42; }"));
     Label4->setBuddy(txtMSDE);
     Label1->setBuddy(txtMSDEUser);
     Label2->setBuddy(txtPWD);

@@ -48,12 +48,39 @@ TEST_F(DatabasePageTest, HasTheControlsInVerdana)
 TEST_F(DatabasePageTest, ListsTheUsableDatabasesInCatalogOrderAndSelectsTheFirst)
 {
     FakeServerManager::Server server;
-    server.databases = {{"master", true}, {"Secret", false}, {"Labfolio", true}, {"alpha", true}};
+    server.databases = {{"Secret", false}, {"Labfolio", true}, {"alpha", true}};
     auto connection = connect(server);
     page.Initialize(*connection);
-    EXPECT_EQ(itemsOf(combo), (QStringList{"master", "Labfolio", "alpha"}));
+    EXPECT_EQ(itemsOf(combo), (QStringList{"Labfolio", "alpha"}));
     EXPECT_EQ(combo->currentIndex(), 0);
-    EXPECT_EQ(page.DatabaseName(), "master");
+    EXPECT_EQ(page.DatabaseName(), "Labfolio");
+}
+
+TEST_F(DatabasePageTest, TheServersOwnDatabasesAreLeftOutByTheirFlagNotTheirName)
+{
+    FakeServerManager::Server server;
+    server.databases = {{"master", true, true},
+                        {"tempdb", true, true},
+                        {"Labfolio", true, false},
+                        {"msdb", true, false},
+                        {"model", true, true}};
+    auto connection = connect(server);
+    page.Initialize(*connection);
+    // A user database that happens to be called "msdb" is listed; only the flag counts.
+    EXPECT_EQ(itemsOf(combo), (QStringList{"Labfolio", "msdb"}));
+    EXPECT_EQ(page.DatabaseName(), "Labfolio");
+}
+
+TEST_F(DatabasePageTest, AServerWithOnlyItsOwnDatabasesProposesLabfolio9)
+{
+    FakeServerManager::Server server;
+    server.databases = {
+        {"master", true, true}, {"tempdb", true, true}, {"model", true, true}, {"msdb", true, true}};
+    auto connection = connect(server);
+    page.Initialize(*connection);
+    EXPECT_EQ(combo->count(), 0);
+    EXPECT_EQ(combo->currentText(), "Labfolio_9");
+    EXPECT_EQ(page.DatabaseName(), "Labfolio_9");
 }
 
 TEST_F(DatabasePageTest, AServerWithoutUsableDatabasesProposesLabfolio9)

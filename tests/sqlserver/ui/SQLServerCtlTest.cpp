@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 
 using namespace std::chrono_literals;
@@ -44,6 +45,15 @@ protected:
     bool waitForScanEnd(int ms = 5000)
     {
         return QTest::qWaitFor([&] { return !page->isScanPending(); }, ms);
+    }
+
+    // The servers a scan logged in to, sorted: several logins run at once, so they may reach
+    // the server manager in any order.
+    std::vector<std::string> probedServers() const
+    {
+        auto names = machine.manager->connectedServers();
+        std::sort(names.begin(), names.end());
+        return names;
     }
 
     MachineWithServers machine;
@@ -140,8 +150,7 @@ TEST_F(ServerPageTest, ProbingScanListsLocalInstancesFirstThenQualifyingServersI
     ASSERT_TRUE(waitForScanEnd());
     EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1", "PC1\\VELDRIN", "SRV3"}));
     EXPECT_EQ(combo->currentText(), "PC1\\VELDRIN");
-    EXPECT_EQ(machine.manager->connectedServers(),
-              (std::vector<std::string>{"SRV1", "SRV2", "PC1\\VELDRIN", "GONE", "SRV3"}));
+    EXPECT_EQ(probedServers(), (std::vector<std::string>{"GONE", "PC1\\VELDRIN", "SRV1", "SRV2", "SRV3"}));
     for (const auto& c : machine.manager->connects()) {
         EXPECT_TRUE(c.loginSecure);
         EXPECT_EQ(c.loginTimeoutSeconds, SQLServerCtl::kProbeLoginTimeoutSeconds);
@@ -253,7 +262,7 @@ TEST_F(ServerPageTest, RescanProbesAgainWithoutTheLocalInstances)
     EXPECT_EQ(progress->maximum(), 2);
     ASSERT_TRUE(waitForScanEnd());
     EXPECT_EQ(itemsOf(combo), (QStringList{"SRV1", "SRV2"})) << "Rescan probes even without CreatorOnly";
-    EXPECT_EQ(machine.manager->connectedServers(), (std::vector<std::string>{"SRV1", "SRV2"}));
+    EXPECT_EQ(probedServers(), (std::vector<std::string>{"SRV1", "SRV2"}));
     EXPECT_FALSE(rescan->isHidden());
 }
 
@@ -263,39 +272,42 @@ TEST_F(ServerPageTest, LeavingThePageMidScanAndComingBackContinuesFromTheSavedIn
     for (const char* n : {"SRV1", "SRV2", "SRV3", "SRV4"})
         machine.manager->servers[n] = creator(true);
     machine.manager->servers["SRV2"].connectDelay = 10s;
+    page->setMaxParallelProbes(2);
     page->resize(500, 300);
     page->show();
     page->setCreatorOnly(true);
     page->CheckList();
 
-    // Hide while SRV2's login is still under way.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connects().size() == 2; }, 5000));
-    ASSERT_EQ(machine.manager->connectedServers(), (std::vector<std::string>{"SRV1", "SRV2"}));
-    EXPECT_EQ(machine.manager->connectsRunning(), 1);
+    // Hide while SRV2's login is still under way and SRV3 has answered behind it.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connects().size() == 3; }, 5000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connectsRunning() == 1; }, 5000));
+    QTest::qWait(50);
+    EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1"})) << "SRV3 waits for SRV2";
     EXPECT_TRUE(page->isProbeOutstanding());
-    EXPECT_EQ(page->scanIndex(), 2) << "the index does not advance while its probe runs";
+    EXPECT_EQ(page->scanIndex(), 2) << "the index does not pass a probe that runs";
     page->hide();
     EXPECT_FALSE(timer->isActive());
 
-    // The probe finishes in the background and its server is listed in order.
+    // The probe finishes in the background, and its server and the one behind it are listed
+    // in order.
     machine.manager->openGate();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !page->isProbeOutstanding(); }, 5000));
-    EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1", "SRV2"}));
-    EXPECT_EQ(page->scanIndex(), 3);
+    EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1", "SRV2", "SRV3"}));
+    EXPECT_EQ(page->scanIndex(), 4);
 
     // Nothing more happens while the page is away.
     QTest::qWait(200);
     EXPECT_FALSE(timer->isActive());
-    EXPECT_EQ(page->scanIndex(), 3);
-    EXPECT_EQ(machine.manager->connects().size(), 2u);
+    EXPECT_EQ(page->scanIndex(), 4);
+    EXPECT_EQ(machine.manager->connects().size(), 3u);
     EXPECT_TRUE(page->isScanPending());
 
     page->show();
     EXPECT_TRUE(timer->isActive());
     ASSERT_TRUE(waitForScanEnd());
     EXPECT_EQ(itemsOf(combo), (QStringList{"(local)", "PC1\\VELDRIN", "SRV1", "SRV2", "SRV3", "SRV4"}));
-    EXPECT_EQ(machine.manager->connectedServers(),
-              (std::vector<std::string>{"SRV1", "SRV2", "SRV3", "SRV4"}));
+    EXPECT_EQ(machine.manager->connectedServers().size(), 4u) << "no server is probed twice";
+    EXPECT_EQ(machine.manager->connectedServers().back(), "SRV4");
 }
 
 TEST_F(ServerPageTest, HidingBetweenProbesKeepsTheIndex)
@@ -303,6 +315,7 @@ TEST_F(ServerPageTest, HidingBetweenProbesKeepsTheIndex)
     network({"SRV1", "SRV2", "SRV3"});
     for (const char* n : {"SRV1", "SRV2", "SRV3"})
         machine.manager->servers[n] = creator(true);
+    page->setMaxParallelProbes(1);
     page->show();
     page->setCreatorOnly(true);
     QObject::connect(page.get(), &SQLServerCtl::probeApplied, page.get(), [&](int index) {
@@ -317,6 +330,65 @@ TEST_F(ServerPageTest, HidingBetweenProbesKeepsTheIndex)
     page->show();
     ASSERT_TRUE(waitForScanEnd());
     EXPECT_EQ(machine.manager->connectedServers(), (std::vector<std::string>{"SRV1", "SRV2", "SRV3"}));
+}
+
+TEST_F(ServerPageWithoutInstances, SilentServersAreProbedSideBySideAndListedInNetworkOrder)
+{
+    // SRV1 takes its whole login time-out; the servers after it answer at once.
+    network({"SRV1", "SRV2", "SRV3", "SRV4"});
+    for (const char* n : {"SRV1", "SRV2", "SRV3", "SRV4"})
+        machine.manager->servers[n] = creator(true);
+    machine.manager->servers["SRV1"].connectDelay = 10s;
+    machine.manager->servers["SRV3"].canCreateDatabases = false;
+    QSignalSpy applied(page.get(), &SQLServerCtl::probeApplied);
+    page->setCreatorOnly(true);
+    page->CheckList();
+
+    ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connects().size() == 4; }, 5000))
+        << "every login starts while the first still waits";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return machine.manager->connectsRunning() == 1; }, 5000));
+    QTest::qWait(50);
+    EXPECT_EQ(combo->count(), 0) << "nothing overtakes the first server";
+    EXPECT_EQ(applied.count(), 0);
+    EXPECT_EQ(page->scanIndex(), 1);
+    EXPECT_EQ(progress->value(), 0);
+
+    machine.manager->openGate();
+    ASSERT_TRUE(waitForScanEnd());
+    EXPECT_EQ(itemsOf(combo), (QStringList{"SRV1", "SRV2", "SRV4"}));
+    EXPECT_EQ(combo->currentIndex(), 0) << "the first listed server is selected";
+    ASSERT_EQ(applied.count(), 4);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(applied.at(i).at(0).toInt(), i + 1);
+    EXPECT_EQ(page->scanIndex(), 5);
+}
+
+TEST_F(ServerPageWithoutInstances, NoMoreThanTheBoundOfLoginsRunAtOnce)
+{
+    std::vector<std::string> names;
+    for (int i = 1; i <= SQLServerCtl::kMaxParallelProbes + 4; ++i) {
+        names.push_back("SRV" + std::to_string(i));
+        machine.manager->servers[names.back()] = creator(true);
+        machine.manager->servers[names.back()].connectDelay = 10s;
+    }
+    network(names);
+    std::atomic<int> mostAtOnce{0};
+    machine.manager->onConnect = [&](const sqlserver::ConnectOptions&) {
+        const int now = machine.manager->connectsRunning();
+        for (int seen = mostAtOnce; now > seen && !mostAtOnce.compare_exchange_weak(seen, now);)
+            ;
+    };
+    page->setCreatorOnly(true);
+    page->CheckList();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return machine.manager->connectsRunning() == SQLServerCtl::kMaxParallelProbes; }, 5000));
+    QTest::qWait(100);
+    EXPECT_EQ(machine.manager->connects().size(), size_t(SQLServerCtl::kMaxParallelProbes));
+
+    machine.manager->openGate();
+    ASSERT_TRUE(waitForScanEnd(10000));
+    EXPECT_EQ(combo->count(), int(names.size()));
+    EXPECT_LE(mostAtOnce.load(), SQLServerCtl::kMaxParallelProbes);
 }
 
 TEST_F(ServerPageWithoutInstances, ARescanDropsTheResultOfAProbeFromTheScanBefore)

@@ -3,7 +3,9 @@
 #include "ScriptedPrompter.h"
 #include "UiTestSupport.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
+#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -75,6 +77,21 @@ TEST_F(MsdeDialogTest, LooksAsTheProductsDialog)
     EXPECT_EQ(txtMSDEUser->text(), "");
     EXPECT_FALSE(dialog.OK());
     EXPECT_FALSE(dialog.IsConnect());
+}
+
+TEST_F(MsdeDialogTest, ThePasswordIsPaintedAsAsterisks)
+{
+    // A steady cursor, so that two pictures of the box differ only by what it shows.
+    QApplication::setCursorFlashTime(0);
+    txtPWD->setEchoMode(QLineEdit::Normal);
+    txtPWD->setText("****");
+    const QImage asterisks = txtPWD->grab().toImage();
+    txtPWD->setEchoMode(QLineEdit::Password);
+    txtPWD->setText("pw4!");
+    const QImage masked = txtPWD->grab().toImage();
+
+    EXPECT_EQ(txtPWD->displayText(), "****");
+    EXPECT_EQ(masked, asterisks) << "the box paints one asterisk per character";
 }
 
 TEST_F(MsdeDialogTest, AGoodLoginClosesWithOkAndIsConnect)

@@ -197,11 +197,11 @@ TEST_F(TranslatorTest, RuntimeErrorsEndOnlyTheirStatement)
 TEST_F(TranslatorTest, UnsupportedStatementsNameWhatIsMissing)
 {
     auto s = sa();
-    auto sink = run(*s, "WAITFOR DELAY '00:00:01'");
+    auto sink = run(*s, "WAITFOR TIME '23:00'");
     ASSERT_EQ(sink.errors().size(), 1u);
     EXPECT_EQ(sink.errors()[0].number, 50000);
     EXPECT_EQ(sink.errors()[0].severity, 16);
-    EXPECT_EQ(sink.errors()[0].text, "The SQL Server stand-in does not support the WAITFOR statement.");
+    EXPECT_EQ(sink.errors()[0].text, "The SQL Server stand-in does not support the WAITFOR TIME statement.");
     auto unknownFunction = run(*s, "SELECT SOUNDEX('x')");
     ASSERT_EQ(unknownFunction.errors().size(), 1u);
     EXPECT_EQ(unknownFunction.errors()[0].number, 195);

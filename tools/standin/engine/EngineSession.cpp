@@ -1,6 +1,7 @@
 #include "EngineSession.h"
 
 #include "EngineInstance.h"
+#include "RaiserrorFormat.h"
 #include "Translator.h"
 #include "TypeMap.h"
 
@@ -77,8 +78,10 @@ void EngineSession::openDatabase(const DatabaseRecord& db)
         SqliteStmt attach(conn.get(), "ATTACH DATABASE ? AS master");
         attach.bind(1, m_instance.catalog().masterPath()).step();
     }
-    if (m_inTransaction)
+    if (m_inTransaction) {
         m_inTransaction = false; // switching databases ends the SQLite transaction with the connection
+        m_savepoints.clear();
+    }
     m_instance.enterDatabase(db.id);
     if (m_database.id)
         m_instance.leaveDatabase(m_database.id);
@@ -269,7 +272,10 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
         return;
     }
     case StmtKind::Raiserror: {
-        const std::string text = evaluateText(s.args[0].expr);
+        std::vector<Value> substitutions;
+        for (size_t a = 3; a < s.args.size(); ++a)
+            substitutions.push_back(evaluate(s.args[a].expr));
+        const std::string text = formatRaiserror(evaluateText(s.args[0].expr), substitutions);
         const int64_t severity =
             s.args.size() > 1
                 ? std::get<int64_t>(normalizeValue(evaluate(s.args[1].expr), columnInfoForType("int")))
@@ -312,13 +318,19 @@ void EngineSession::execute(const Stmt& s, ResultSink& sink, size_t& next)
                            "The COMMIT TRANSACTION request has no corresponding BEGIN TRANSACTION.");
         m_db.exec("COMMIT");
         m_inTransaction = false;
+        m_savepoints.clear();
         return;
     case StmtKind::RollbackTran:
         if (!m_inTransaction)
             throw SqlError(3903, 16,
                            "The ROLLBACK TRANSACTION request has no corresponding BEGIN TRANSACTION.");
-        m_db.exec("ROLLBACK");
-        m_inTransaction = false;
+        rollbackTransaction(s.name);
+        return;
+    case StmtKind::WaitFor:
+        waitFor(evaluateText(s.args[0].expr), sink);
+        return;
+    case StmtKind::SaveTran:
+        saveTransaction(s.name);
         return;
     case StmtKind::IfNot: {
         Value v = evaluate(s.args[0].expr);

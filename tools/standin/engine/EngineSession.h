@@ -58,6 +58,7 @@ private:
     int64_t m_lastError = 0;
     bool m_noCount = false;
     bool m_inTransaction = false;
+    std::vector<std::string> m_savepoints; // SAVE TRANSACTION names, upper-case, oldest first
     std::map<int, std::pair<std::string, std::string>> m_prepared; // sp_prepare handles
     int m_nextHandle = 1;
     int m_depth = 0;
@@ -65,6 +66,13 @@ private:
     std::optional<ServerMessage> m_caughtError;    // the error a CATCH block handles
     int m_ownershipChain = 0;                      // > 0 while a procedure's own statements run
     std::optional<std::optional<int>> m_userCache; // this batch's database user
+
+    // Transactions, savepoints and WAITFOR (SessionControl.cpp).
+    void saveTransaction(const std::string& name);
+    // ROLLBACK TRANSACTION: to the savepoint of that name if there is one, else all of it.
+    void rollbackTransaction(const std::string& name);
+    // WAITFOR DELAY 'hh:mm[:ss[.fff]]': sleeps, waking early when the client cancels.
+    void waitFor(const std::string& delay, ResultSink& sink);
 
     // Batches and statements (EngineSession.cpp)
     void openDatabase(const DatabaseRecord& db);

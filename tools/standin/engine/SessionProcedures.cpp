@@ -499,9 +499,14 @@ int EngineSession::runProcedure(const std::string& name, const std::string& defi
 
 int EngineSession::executeSql(std::vector<RpcParameter>& params, ResultSink& sink)
 {
-    Arguments args(params, "sp_executesql");
-    const std::string statement = args.text(0, "stmt");
-    RpcParameter* definitionArg = args.find(1, "params");
+    // The statement and its parameter list are bound by position whatever the client calls
+    // them: drivers name them as they like ("@stmt", "@statement", "@P0"...).
+    if (params.empty() || isNull(params[0].value))
+        throw SqlError(
+            201, 16,
+            "Procedure or function 'sp_executesql' expects parameter '@stmt', which was not supplied.");
+    const std::string statement = textOf(params[0].value);
+    RpcParameter* definitionArg = params.size() > 1 ? &params[1] : nullptr;
     const std::string definitionText =
         definitionArg && !isNull(definitionArg->value) ? textOf(definitionArg->value) : "";
     const std::vector<ParameterDefinition> definitions = parseParameterDefinitions(definitionText);

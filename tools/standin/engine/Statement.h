@@ -26,8 +26,10 @@ enum class StmtKind {
     ExecString, // EXEC ('...') / EXEC (@sql)
     BeginTran,
     CommitTran,
-    RollbackTran,
-    IfNot, // args[0] is the condition; jump to jumpTarget when it is not true
+    RollbackTran, // name = the transaction or savepoint named, if any
+    SaveTran,     // name = the savepoint
+    WaitFor,      // args[0] = the delay ('hh:mm:ss')
+    IfNot,        // args[0] is the condition; jump to jumpTarget when it is not true
     Jump,
     TryBegin, // errors up to the matching TryEnd jump to jumpTarget (the CATCH block)
     TryEnd,

@@ -57,6 +57,7 @@ const std::set<std::string>& reservedWords()
         "USE",        "VALUES",
         "WHEN",       "WHERE",
         "WHILE",      "WITH",
+        "SAVE",
     };
     return words;
 }

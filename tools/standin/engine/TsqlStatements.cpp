@@ -100,7 +100,7 @@ void Parser::parseStatementBody()
     } else if (kw == "BEGIN") {
         ++m_pos;
         if (accept("TRAN") || accept("TRANSACTION")) {
-            if (peek().isName() && !reservedWords().count(peek().upper))
+            if (peek().kind == TokenKind::Quoted || (peek().isName() && !reservedWords().count(peek().upper)))
                 ++m_pos;
             emit(StmtKind::BeginTran, line);
         } else if (accept("TRY")) {
@@ -148,11 +148,17 @@ void Parser::parseStatementBody()
         }
     } else if (kw == "COMMIT" || kw == "ROLLBACK") {
         ++m_pos;
+        std::string transaction;
         if (accept("TRAN") || accept("TRANSACTION") || accept("WORK")) {
-            if (peek().isName() && !reservedWords().count(peek().upper))
-                ++m_pos;
+            if (peek().kind == TokenKind::Quoted || (peek().isName() && !reservedWords().count(peek().upper)))
+                transaction = name();
         }
-        emit(kw == "COMMIT" ? StmtKind::CommitTran : StmtKind::RollbackTran, line);
+        emit(kw == "COMMIT" ? StmtKind::CommitTran : StmtKind::RollbackTran, line).name = transaction;
+    } else if (kw == "SAVE") {
+        ++m_pos;
+        if (!accept("TRAN") && !accept("TRANSACTION"))
+            syntaxError();
+        emit(StmtKind::SaveTran, line).name = name();
     } else if (kw == "IF") {
         ++m_pos;
         Expr cond = expr();
@@ -214,9 +220,14 @@ void Parser::parseStatementBody()
             jump.jumpTarget = m_loops.back().start;
         else
             m_loops.back().breaks.push_back(m_out.size() - 1);
-    } else if (kw == "GOTO" || kw == "WAITFOR" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" ||
-               kw == "OPEN" || kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" ||
-               kw == "RECONFIGURE" || kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
+    } else if (kw == "WAITFOR") {
+        ++m_pos;
+        if (!accept("DELAY"))
+            throw unsupported("the WAITFOR " + peek().upper + " statement");
+        emit(StmtKind::WaitFor, line).args.push_back({"", expr().sql});
+    } else if (kw == "GOTO" || kw == "MERGE" || kw == "DBCC" || kw == "CHECKPOINT" || kw == "OPEN" ||
+               kw == "FETCH" || kw == "CLOSE" || kw == "DEALLOCATE" || kw == "BULK" || kw == "RECONFIGURE" ||
+               kw == "SHUTDOWN" || kw == "KILL" || kw == "WITH") {
         throw unsupported("the " + kw + " statement");
     } else {
         syntaxError();

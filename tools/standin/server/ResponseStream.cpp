@@ -17,6 +17,7 @@ void ResponseStream::send(size_t bytes, bool last)
         }
     }
     buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(bytes));
+    m_started = m_started || bytes > 0;
 }
 
 void ResponseStream::spill()

@@ -24,12 +24,15 @@ public:
     void discard() { m_tokens.out().clear(); }
     // False once a write failed: the client has gone, and the request should stop.
     bool healthy() const { return m_healthy; }
+    // True once part of the message has gone out.
+    bool started() const { return m_started; }
 
 private:
     void send(size_t bytes, bool last);
     TokenWriter& m_tokens;
     PacketWriter& m_packets;
     bool m_healthy = true;
+    bool m_started = false;
 };
 
 } // namespace standin::tds

@@ -154,6 +154,8 @@ ServerSettings readConfigFile(const std::string& path)
                 i.config.productVersion = value;
             else if (key == "progress-step-ms")
                 i.config.progressStepMillis = parseMillis(value, where);
+            else if (key == "login-timeout-ms")
+                i.loginTimeoutMillis = parseMillis(value, where);
             else if (key == "login")
                 i.logins.push_back(parseLogin(value, where));
             else
@@ -170,8 +172,8 @@ std::string usage()
 {
     return "usage: lf-standin --config FILE [--ssrp-port PORT | --no-ssrp]\n"
            "       lf-standin --data FOLDER [--instance NAME] [--port PORT] [--machine NAME]\n"
-           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login "
-           "NAME:PASSWORD[:sysadmin]]\n"
+           "                  [--version X.YY.ZZZZ.WW] [--progress-step-ms N] [--login-timeout-ms N]\n"
+           "                  [--login NAME:PASSWORD[:sysadmin]]...\n"
            "                  [--ssrp-port PORT | --no-ssrp]\n"
            "PORT 0 (the default) picks a free port; the chosen ports are printed once listening.\n";
 }
@@ -209,6 +211,8 @@ ServerSettings parseCommandLine(const std::vector<std::string>& args)
             single.config.productVersion = value(), singleGiven = true;
         else if (a == "--progress-step-ms")
             single.config.progressStepMillis = parseMillis(value(), a), singleGiven = true;
+        else if (a == "--login-timeout-ms")
+            single.loginTimeoutMillis = parseMillis(value(), a), singleGiven = true;
         else if (a == "--login") {
             // NAME:PASSWORD[:sysadmin]; the password may itself contain ':'.
             std::string v = value();

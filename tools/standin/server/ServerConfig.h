@@ -30,6 +30,8 @@ struct InstanceSettings {
     InstanceConfig config;
     uint16_t port = 0;            // 0: any free port
     std::vector<SqlLogin> logins; // created at start when missing
+    // A client that has not logged in this long after connecting is disconnected.
+    int loginTimeoutMillis = 60000;
 };
 
 struct ServerSettings {

@@ -35,9 +35,11 @@ ServerMessage makeMessage(int32_t number, uint8_t state, uint8_t severity, std::
 
 } // namespace
 
-TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid)
+TdsConnection::TdsConnection(int fd, Instance& instance, uint16_t spid,
+                             std::chrono::milliseconds loginTimeout)
     : m_fd(fd), m_instance(instance), m_serverName(serverNameOf(instance.config())), m_writer(fd),
-      m_reader(fd)
+      m_reader(fd), m_loginTimeout(loginTimeout),
+      m_loginDeadline(std::chrono::steady_clock::now() + loginTimeout)
 {
     m_writer.setSpid(spid);
 }
@@ -96,7 +98,15 @@ void TdsConnection::readLoop()
 bool TdsConnection::nextMessage(Message& message, bool& attention)
 {
     std::unique_lock lock(m_mutex);
-    m_wake.wait(lock, [&] { return m_closed || m_attention || !m_queue.empty(); });
+    const auto ready = [&] { return m_closed || m_attention || !m_queue.empty(); };
+    if (m_session || m_loginTimeout.count() == 0) {
+        m_wake.wait(lock, ready);
+    } else if (!m_wake.wait_until(lock, m_loginDeadline, ready)) {
+        // A client that never completes its login would hold a thread and a socket for ever.
+        std::fprintf(stderr, "lf-standin (%s): closed a connection that did not log in within %lld ms\n",
+                     m_serverName.c_str(), static_cast<long long>(m_loginTimeout.count()));
+        return false;
+    }
     if (m_closed)
         return false;
     attention = m_attention;
@@ -233,11 +243,19 @@ void TdsConnection::endResponse(ResponseStream& stream)
         m_attention = false;
         m_cancel = false;
     }
-    if (attention) {
-        stream.discard();
-        stream.tokens().done(Done, DoneAttention, 0, 0);
+    if (!attention) {
+        stream.end();
+        return;
     }
-    stream.end();
+    // The acknowledgement travels in a message of its own, as SQL Server sends it: some clients
+    // skip the rest of the interrupted response and wait for the next message. A response that
+    // has begun is finished first (what is left of it holds whole tokens only); one that has
+    // not is dropped.
+    if (stream.started())
+        stream.end();
+    else
+        stream.discard();
+    acknowledgeAttention();
 }
 
 void TdsConnection::acknowledgeAttention()
@@ -327,6 +345,13 @@ void TdsConnection::handleTransaction(const Message& message)
         tokens.envChangeTransaction(EnvBeginTransaction, m_transaction, {});
         return true;
     };
+    std::string named;
+    if (!request.name.empty()) {
+        named = " [";
+        for (char c : request.name)
+            named += c == ']' ? std::string("]]") : std::string(1, c);
+        named += ']';
+    }
     bool ok = true;
     switch (request.kind) {
     case TransactionRequest::Begin:
@@ -338,7 +363,10 @@ void TdsConnection::handleTransaction(const Message& message)
         // The driver ends a transaction on every SQLEndTran, whether or not one is open (a
         // failed statement may have rolled it back already).
         if (transactionCount() > 0) {
-            ok = runQuietly(commit ? "COMMIT TRANSACTION" : "ROLLBACK TRANSACTION", tokens);
+            ok = runQuietly(std::string(commit ? "COMMIT" : "ROLLBACK") + " TRANSACTION" + named, tokens);
+            // A rollback to a savepoint leaves the transaction open, and its descriptor valid.
+            if (ok && transactionCount() > 0)
+                break;
             if (ok)
                 tokens.envChangeTransaction(commit ? EnvCommitTransaction : EnvRollbackTransaction, {},
                                             m_transaction);
@@ -349,7 +377,7 @@ void TdsConnection::handleTransaction(const Message& message)
         break;
     }
     case TransactionRequest::Save:
-        ok = runQuietly("SAVE TRANSACTION [" + request.name + "]", tokens);
+        ok = runQuietly("SAVE TRANSACTION" + named, tokens);
         break;
     default:
         tokens.message(

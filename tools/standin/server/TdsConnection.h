@@ -8,6 +8,7 @@
 #include "TdsPacket.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -22,8 +23,10 @@ class TokenWriter;
 
 class TdsConnection {
 public:
-    // Takes ownership of the connected socket fd.
-    TdsConnection(int fd, Instance& instance, uint16_t spid);
+    // Takes ownership of the connected socket fd. A client that has not logged in within
+    // loginTimeout of connecting is disconnected (zero: never).
+    TdsConnection(int fd, Instance& instance, uint16_t spid,
+                  std::chrono::milliseconds loginTimeout = std::chrono::seconds(60));
     ~TdsConnection();
     TdsConnection(const TdsConnection&) = delete;
     TdsConnection& operator=(const TdsConnection&) = delete;
@@ -51,8 +54,8 @@ private:
     // Runs T-SQL for the server's own purposes; the engine's messages go to the client.
     bool runQuietly(const std::string& sql, TokenWriter& tokens);
     int64_t transactionCount();
-    // Ends the response to a request: the final packet, or an attention acknowledgement in its
-    // place when the client cancelled meanwhile.
+    // Ends the response to a request: the final packet, followed by an attention acknowledgement
+    // when the client cancelled meanwhile.
     void endResponse(ResponseStream& stream);
     void acknowledgeAttention();
     void refuse(ResponseStream& stream, int32_t number, uint8_t state, const std::string& text);
@@ -63,6 +66,8 @@ private:
     PacketWriter m_writer;
     PacketReader m_reader;
     std::unique_ptr<Session> m_session;
+    std::chrono::milliseconds m_loginTimeout;
+    std::chrono::steady_clock::time_point m_loginDeadline;
     uint32_t m_tdsVersion = 0x74000004;
     bool m_closeAfterResponse = false;
     // The descriptor of the transaction a transaction-manager request began (empty: none).

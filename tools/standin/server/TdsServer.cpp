@@ -139,7 +139,8 @@ void TdsServer::accept(Listener& listener)
     }
     const int one = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    auto connection = std::make_unique<TdsConnection>(fd, *listener.instance, m_nextSpid);
+    auto connection = std::make_unique<TdsConnection>(
+        fd, *listener.instance, m_nextSpid, std::chrono::milliseconds(listener.settings.loginTimeoutMillis));
     m_nextSpid = m_nextSpid >= 32000 ? 51 : m_nextSpid + 1;
     connection->start();
     m_connections.push_back(std::move(connection));

@@ -2,6 +2,19 @@
 
 namespace standin::tds {
 
+namespace {
+
+// Transaction names come as B_VARBYTE: one byte giving the length in bytes, then UTF-16LE.
+std::string transactionName(ByteReader& r)
+{
+    const uint8_t bytes = r.u8();
+    if (bytes % 2 != 0)
+        throw ProtocolError("a transaction name has an odd number of bytes");
+    return utf16leToUtf8(r.take(bytes), bytes);
+}
+
+} // namespace
+
 TransactionRequest parseTransactionRequest(const Bytes& payload)
 {
     ByteReader r(payload);
@@ -14,19 +27,19 @@ TransactionRequest parseTransactionRequest(const Bytes& payload)
     switch (request.kind) {
     case TransactionRequest::Begin:
         r.u8(); // isolation level: the engine has one
-        request.name = r.bVarChar();
+        request.name = transactionName(r);
         break;
     case TransactionRequest::Commit:
     case TransactionRequest::Rollback:
-        request.name = r.bVarChar();
+        request.name = transactionName(r);
         request.beginAnother = r.u8() != 0;
         if (request.beginAnother) {
             r.u8();
-            r.bVarChar();
+            transactionName(r);
         }
         break;
     case TransactionRequest::Save:
-        request.name = r.bVarChar();
+        request.name = transactionName(r);
         break;
     default:
         break;
