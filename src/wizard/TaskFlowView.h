@@ -31,7 +31,7 @@ public:
     };
 
     // The task picker's codes.
-    enum Task : int32_t {
+    enum TaskCode : int32_t {
         MigrateDatabase = 1,
         ConnectService = 2,
         ConnectDesktop = 3,
