@@ -104,6 +104,15 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
         }
     }
 
+    // A task carried out to its result page: connecting back to the desktop database, which
+    // on a machine without the product ends on the error result; Finish then returns to the
+    // task picker.
+    window.taskPickerPage()->findChild<QRadioButton*>("mConnectDesktopOption")->setChecked(true);
+    window.flow().ShowSummaryPage();
+    window.cmdNext_Click();
+    saved += save(window, folder, "09-result-connect-desktop");
+    window.cmdDone_Click();
+
     QtPrompter prompter(&window);
     frmUserInfo login(prompter, &window);
     login.show();
