@@ -1,10 +1,8 @@
 #include "TaskFlow.h"
 
 #include "LfError.h"
-#include "PageHeaders.h"
 #include "PathUtils.h"
 #include "Prompter.h"
-#include "SQLServerUtils.h"
 #include "ServerManager.h"
 #include "ShellFolders.h"
 #include "TaskOperations.h"
@@ -12,6 +10,7 @@
 #include <pugixml.hpp>
 
 #include <filesystem>
+#include <functional>
 
 namespace {
 
@@ -46,27 +45,6 @@ std::string parentFolderName(std::string path)
 
 } // namespace
 
-// Every click runs with the hourglass, and a click that is still running makes the next one
-// a no-op rather than a queued second run.
-class TaskFlow::BusyScope {
-public:
-    explicit BusyScope(TaskFlow& flow) : m_flow(flow)
-    {
-        m_flow.m_busy = true;
-        m_flow.m_view.SetBusy(true);
-    }
-    ~BusyScope()
-    {
-        m_flow.m_view.SetBusy(false);
-        m_flow.m_busy = false;
-    }
-    BusyScope(const BusyScope&) = delete;
-    BusyScope& operator=(const BusyScope&) = delete;
-
-private:
-    TaskFlow& m_flow;
-};
-
 TaskFlow::TaskFlow(TaskFlowView& view, Prompter& prompter, TaskOperations& operations)
     : m_view(view), m_prompter(prompter), m_operations(operations)
 {
@@ -76,144 +54,6 @@ void TaskFlow::Start()
 {
     m_currentPage = TaskFlowView::WelcomePage;
     ShowWelcomePage();
-}
-
-// ---- show procedures ------------------------------------------------------------------
-
-void TaskFlow::applyHeader(const PageHeader& header)
-{
-    m_view.SetText(Label::Top, header.top);
-    m_view.SetText(Label::Header, header.header);
-    if (header.bottom)
-        m_view.SetText(Label::Bottom, *header.bottom);
-    if (header.nextCaption)
-        m_view.SetNextCaption(*header.nextCaption);
-}
-
-void TaskFlow::showInputPage(int16_t page)
-{
-    applyHeader(HeaderFor(page, m_view.Task()));
-    m_currentPage = page;
-    m_view.ShowPageComponent(page, m_view.Task());
-    m_view.FocusPage();
-}
-
-void TaskFlow::ShowWelcomePage()
-{
-    m_view.SetWelcomeDress(true);
-    m_view.SetButtonEnabled(Button::Back, false);
-    m_currentPage = TaskFlowView::WelcomePage;
-    m_view.ShowPageComponent(TaskFlowView::WelcomePage, m_view.Task());
-}
-
-void TaskFlow::ShowTaskPage()
-{
-    showInputPage(TaskFlowView::TaskPage);
-}
-
-void TaskFlow::ShowServerPage()
-{
-    m_view.SetCreatorOnly(false);
-    showInputPage(TaskFlowView::ServerPage);
-}
-
-void TaskFlow::ShowDatabasePage()
-{
-    m_view.SetText(Label::Top, "SQL Server Database Information");
-    showInputPage(TaskFlowView::DatabasePage);
-}
-
-void TaskFlow::ShowIndexLocationPage()
-{
-    showInputPage(TaskFlowView::IndexLocationPage);
-}
-
-void TaskFlow::ShowServiceNamePage()
-{
-    showInputPage(TaskFlowView::ServiceNamePage);
-}
-
-void TaskFlow::ShowServiceFolderPage()
-{
-    showInputPage(TaskFlowView::ServiceFolderPage);
-}
-
-void TaskFlow::ShowBackupFolderPage()
-{
-    showInputPage(TaskFlowView::BackupFolderPage);
-}
-
-void TaskFlow::ShowServiceFilePage()
-{
-    showInputPage(TaskFlowView::ServiceFilePage);
-}
-
-void TaskFlow::ShowSummaryPage()
-{
-    const int32_t task = m_view.Task();
-    m_view.SetText(Label::Bottom, "You specified the following parameters:");
-    applyHeader(SummaryHeader(task, m_view.ServiceFilePath()));
-    if (task == TaskFlowView::MigrateDatabase) {
-        m_migrationValues = migrationValues();
-        m_view.InitializeMigrationSummary(m_migrationValues);
-    } else if (task == TaskFlowView::RebuildIndex) {
-        m_view.InitializeIndexSummary(m_view.ServerName(), m_view.DatabaseName(), m_view.IndexPath());
-    }
-    m_view.ShowPageComponent(TaskFlowView::SummaryPage, task);
-    m_view.SetButtonEnabled(Button::Next, true);
-    m_currentPage = TaskFlowView::SummaryPage;
-}
-
-// ---- server calls away from the window ------------------------------------------------
-
-std::string TaskFlow::findLocalServerWithDatabase(const std::string& databaseName)
-{
-    std::string server;
-    m_view.RunBlocking([&] { server = SQLServerUtils::FindLocalServerWithDatabase(databaseName); });
-    return server;
-}
-
-bool TaskFlow::isLocalServer(const std::string& serverName)
-{
-    bool local = false;
-    m_view.RunBlocking([&] { local = SQLServerUtils::IsLocalServer(serverName); });
-    return local;
-}
-
-// Unlike the utilities' test, the flow's own test compares names exactly.
-bool TaskFlow::databaseExists(const std::string& serverName, const std::string& databaseName)
-{
-    bool found = false;
-    m_view.RunBlocking([&] {
-        sqlserver::ConnectOptions options;
-        options.server = serverName;
-        options.loginSecure = true;
-        auto server = sqlserver::serverManager().Connect(options);
-        for (const sqlserver::DatabaseInfo& database : server->Databases()) {
-            if (database.name == databaseName) {
-                found = true;
-                break;
-            }
-        }
-        server->DisConnect();
-    });
-    return found;
-}
-
-MigrationValues TaskFlow::migrationValues()
-{
-    MigrationInputs in;
-    in.localServerName = m_localServerName;
-    in.desktopDatabaseName = m_desktopDatabaseName;
-    in.serverName = m_view.ServerName();
-    in.databaseName = m_view.DatabaseName();
-    in.appDataFolder = ShellFolders::GetCommonAppDataFolder();
-    in.indexPath = m_view.IndexPath();
-    in.serviceFolder = m_view.ServiceFolderPath();
-    in.serviceName = m_view.ServiceName();
-    in.backupFolder = m_view.BackupFolderPath();
-    in.targetIsLocal = isLocalServer(in.serverName);
-    return AssembleMigrationValues(in);
 }
 
 // ---- messages -------------------------------------------------------------------------
@@ -239,14 +79,30 @@ void TaskFlow::reportClickError(const std::string& title, const std::string& des
 
 // ---- Next -----------------------------------------------------------------------------
 
-void TaskFlow::Next()
+// Every click runs with the hourglass, and a click that is still running makes the next one
+// a no-op rather than a queued second run. An error ends the click with a report; the page
+// on show stays.
+void TaskFlow::runClick(const std::string& errorTitle, const std::function<void(int32_t task)>& body)
 {
     if (m_busy)
         return;
-    BusyScope busy(*this);
-    // The task as it stood when the click came; the picker cannot change it under the click.
-    const int32_t task = m_view.Task();
+    m_busy = true;
+    m_view.SetBusy(true);
     try {
+        // The task as it stood when the click came; the picker cannot change it under the click.
+        body(m_view.Task());
+    } catch (const LfError& e) {
+        reportClickError(errorTitle, e.description());
+    } catch (const std::exception& e) {
+        reportClickError(errorTitle, e.what());
+    }
+    m_view.SetBusy(false);
+    m_busy = false;
+}
+
+void TaskFlow::Next()
+{
+    runClick("Error Clicking Next", [this](int32_t task) {
         switch (m_currentPage) {
         case TaskFlowView::WelcomePage:
             nextOnWelcome();
@@ -284,11 +140,7 @@ void TaskFlow::Next()
         default:
             break;
         }
-    } catch (const LfError& e) {
-        reportClickError("Error Clicking Next", e.description());
-    } catch (const std::exception& e) {
-        reportClickError("Error Clicking Next", e.what());
-    }
+    });
 }
 
 void TaskFlow::nextOnWelcome()
@@ -496,74 +348,4 @@ void TaskFlow::nextOnServiceFile()
         return refuse("The file \"" + path + "\" is not a recognized service file.", "Service File Path");
     m_view.HidePageComponents();
     ShowSummaryPage();
-}
-
-// ---- Back -----------------------------------------------------------------------------
-
-void TaskFlow::Back()
-{
-    if (m_busy)
-        return;
-    BusyScope busy(*this);
-    const int32_t task = m_view.Task();
-    try {
-        switch (m_currentPage) {
-        case TaskFlowView::TaskPage:
-            m_view.HidePageComponents();
-            ShowWelcomePage();
-            break;
-        case TaskFlowView::ServerPage:
-        case TaskFlowView::ServiceFilePage:
-            ShowTaskPage();
-            break;
-        case TaskFlowView::DatabasePage:
-            ShowServerPage();
-            break;
-        case TaskFlowView::IndexLocationPage:
-        case TaskFlowView::LocalDatabaseNoticePage:
-            ShowDatabasePage();
-            break;
-        case TaskFlowView::ServiceNamePage:
-            // A name the wizard preset from the database is dropped; one the user typed stays.
-            if (m_view.ServiceName() == m_view.DatabaseName())
-                m_view.SetServiceName("");
-            ShowIndexLocationPage();
-            break;
-        case TaskFlowView::ServiceFolderPage:
-        case TaskFlowView::BackupFolderPage:
-            ShowServiceNamePage();
-            break;
-        case TaskFlowView::SummaryPage:
-            backOnSummary(task);
-            break;
-        default:
-            break;
-        }
-    } catch (const LfError& e) {
-        reportClickError("Error Clicking Back", e.description());
-    } catch (const std::exception& e) {
-        reportClickError("Error Clicking Back", e.what());
-    }
-}
-
-// For a local target the service folder page comes back, though the way forward skipped it.
-void TaskFlow::backOnSummary(int32_t task)
-{
-    switch (task) {
-    case TaskFlowView::MigrateDatabase:
-        if (isLocalServer(m_view.ServerName()))
-            ShowServiceFolderPage();
-        else
-            ShowBackupFolderPage();
-        break;
-    case TaskFlowView::ConnectService:
-        ShowServiceFilePage();
-        break;
-    case TaskFlowView::RebuildIndex:
-        ShowIndexLocationPage();
-        break;
-    default:
-        ShowTaskPage();
-        break;
-    }
 }

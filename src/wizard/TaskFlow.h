@@ -4,6 +4,7 @@
 #include "TaskFlowView.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 class LfError;
@@ -66,7 +67,7 @@ public:
     void ShowServiceFilePage();
 
 private:
-    class BusyScope;
+    void runClick(const std::string& errorTitle, const std::function<void(int32_t task)>& body);
 
     // Next, one procedure per page; each returns after a failed check with the page on show.
     void nextOnWelcome();

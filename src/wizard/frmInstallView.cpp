@@ -15,7 +15,6 @@
 #include "WelcomeCtl.h"
 #include "frmUserInfo.h"
 
-#include <QApplication>
 #include <QEventLoop>
 #include <QLabel>
 #include <QPushButton>
@@ -228,12 +227,13 @@ void frmInstall::MakeDefaultAndFocus(Button which)
     button(which)->setFocus(Qt::OtherFocusReason);
 }
 
+// The window's own pointer: message boxes and the login dialog keep the normal one.
 void frmInstall::SetBusy(bool busy)
 {
     if (busy)
-        QApplication::setOverrideCursor(Qt::WaitCursor);
+        setCursor(Qt::WaitCursor);
     else
-        QApplication::restoreOverrideCursor();
+        unsetCursor();
 }
 
 void frmInstall::CloseWindow()
