@@ -1,7 +1,10 @@
 // The task flows through the real window: buttons go to the flow, the window paints what it
 // says, and a slow server never freezes it.
 #include "FakeServerManager.h"
+#include "MSTFileLocationCtl.h"
+#include "MSTFileUpdateCtl.h"
 #include "RegistryFixture.h"
+#include "SQLDatabaseCtl.h"
 #include "ScriptedPrompter.h"
 #include "TaskPickerCtl.h"
 #include "TempDir.h"
@@ -129,4 +132,51 @@ TEST_F(FrameFlowTest, AnOperationThisBuildLacksEndsOnTheErrorResultAndFinishRetu
     EXPECT_TRUE(button("cmdCancel")->isVisible());
     EXPECT_FALSE(button("cmdDone")->isVisible());
     EXPECT_EQ(window->taskPickerPage()->Task(), 2);
+}
+
+TEST_F(FrameFlowTest, RebuildingTheIndexWalksEveryPageOfTheTaskToItsResult)
+{
+    FakeServerManager::Server lab;
+    lab.reportedName = "LABSRV";
+    lab.netName = "LABSRV";
+    lab.databases = {{"master", false}, {"ChemDB", true}};
+    servers->servers["LABSRV"] = lab;
+    choose("mRebuildMolIDsOption");
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    window->findChild<QComboBox*>("cmbServerList")->setEditText("LABSRV");
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    ASSERT_EQ(window->CurrentPage(), frmInstall::DatabasePage);
+    EXPECT_TRUE(window->databasePage()->isVisible());
+    EXPECT_EQ(window->findChild<QComboBox*>("cmbDatabase")->count(), 1);
+
+    window->findChild<QComboBox*>("cmbDatabase")->setEditText("Missing");
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].text, "The database Missing does not exist.");
+    EXPECT_EQ(window->CurrentPage(), frmInstall::DatabasePage);
+
+    window->findChild<QComboBox*>("cmbDatabase")->setEditText("ChemDB");
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    ASSERT_EQ(window->CurrentPage(), frmInstall::IndexLocationPage);
+    EXPECT_TRUE(window->indexLocationPage()->isVisible());
+    const std::string index = (dir.path() / "index").string();
+    window->findChild<QLineEdit*>("mMSTFileLocationTextBox")->setText(QString::fromStdString(index));
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
+    EXPECT_TRUE(window->indexSummaryPage()->isVisible());
+    EXPECT_EQ(window->indexSummaryPage()->summaryText().toStdString(),
+              "Server: LABSRV\r\nDatabase: ChemDB\r\nMST File Location: " + index);
+    EXPECT_EQ(button("cmdNext")->text(), "&Build");
+
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    EXPECT_EQ(text("lblTop"), "Build of Chemical Structure Index Aborted");
+    EXPECT_FALSE(window->indexSummaryPage()->isVisible());
+    QTest::mouseClick(button("cmdDone"), Qt::LeftButton);
+    EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
+    EXPECT_EQ(window->taskPickerPage()->Task(), 5);
+    // Every value is kept: the same pages lead to the same summary again.
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
+    EXPECT_EQ(window->findChild<QLineEdit*>("mMSTFileLocationTextBox")->text().toStdString(), index);
 }
