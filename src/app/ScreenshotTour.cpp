@@ -64,7 +64,7 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
 
     // Pages the tour shows directly, whichever task would lead there.
     window.serverPage()->CheckList();
-    window.ShowServerPage();
+    window.flow().ShowServerPage();
     if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton"); rescan && rescan->isVisible()) {
         // A probing scan, pictured while it runs: after its first answer, or a few seconds.
         QEventLoop wait;
@@ -76,17 +76,17 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     }
     saved += save(window, folder, "02-server-scanning");
     fillDatabasePage(window);
-    window.ShowDatabasePage();
+    window.flow().ShowDatabasePage();
     saved += save(window, folder, "03-database");
-    window.ShowIndexLocationPage();
+    window.flow().ShowIndexLocationPage();
     saved += save(window, folder, "04-index-location");
-    window.ShowServiceNamePage();
+    window.flow().ShowServiceNamePage();
     saved += save(window, folder, "05-service-name");
-    window.ShowServiceFolderPage();
+    window.flow().ShowServiceFolderPage();
     saved += save(window, folder, "06-service-folder");
-    window.ShowBackupFolderPage();
+    window.flow().ShowBackupFolderPage();
     saved += save(window, folder, "07-backup-folder");
-    window.ShowServiceFilePage();
+    window.flow().ShowServiceFilePage();
     saved += save(window, folder, "12-service-file");
     // The summary of three tasks; the migration's asks the server whether it is this computer,
     // so it is pictured only where a server answers.
@@ -98,12 +98,21 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     for (const auto& [option, name] : summaries) {
         window.taskPickerPage()->findChild<QRadioButton*>(option)->setChecked(true);
         try {
-            window.ShowSummaryPage();
+            window.flow().ShowSummaryPage();
             saved += save(window, folder, name);
         } catch (const LfError& e) {
             std::printf("skipped %s: %s\n", name, e.description().c_str());
         }
     }
+
+    // A task carried out to its result page: connecting back to the desktop database, which
+    // on a machine without the product ends on the error result; Finish then returns to the
+    // task picker.
+    window.taskPickerPage()->findChild<QRadioButton*>("mConnectDesktopOption")->setChecked(true);
+    window.flow().ShowSummaryPage();
+    window.cmdNext_Click();
+    saved += save(window, folder, "09-result-connect-desktop");
+    window.cmdDone_Click();
 
     QtPrompter prompter(&window);
     frmUserInfo login(prompter, &window);

@@ -5,18 +5,14 @@
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
 #include "MSTFileUpdateCtl.h"
-#include "MigrationValues.h"
-#include "PageHeaders.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
-#include "SQLServerUtils.h"
-#include "ShellFolders.h"
 #include "ServiceDirectoryCtl.h"
 #include "ServiceFileCtl.h"
 #include "ServiceNameCtl.h"
-#include "LfError.h"
-#include "Prompter.h"
+#include "TaskFlow.h"
 #include "TaskPickerCtl.h"
+#include "UnavailableOperations.h"
 #include "Version.h"
 #include "WelcomeCtl.h"
 
@@ -46,15 +42,6 @@ QPixmap renderSvg(const QString& resource, QSize size)
     renderer.render(&painter);
     return pixmap;
 }
-
-// The hourglass for as long as a Next click runs, on every path out of it.
-class WaitCursor {
-public:
-    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
-};
 
 // One instance of every page for the whole run, named as the frame knows it.
 template <class Page, class... Args>
@@ -141,7 +128,7 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mWelcomeCtl = makePage<WelcomeCtl>("mWelcomeCtl", this);
     mTaskPickerCtl = makePage<TaskPickerCtl>("mTaskPickerCtl", this);
     mSQLServerCtl = makePage<SQLServerCtl>(
-        "mSQLServerCtl", [this] { return QString::fromStdString(m_localServerName); }, this);
+        "mSQLServerCtl", [this] { return QString::fromStdString(m_flow->LocalServerName()); }, this);
     mSQLDatabaseCtl = makePage<SQLDatabaseCtl>("mSQLDatabaseCtl", this);
     mMSTFileLocationCtl = makePage<MSTFileLocationCtl>("mMSTFileLocationCtl", this);
     mMSTFileUpdateCtl = makePage<MSTFileUpdateCtl>("mMSTFileUpdateCtl", this);
@@ -152,8 +139,9 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mBackupDirectoryCtl = makePage<BackupDirectoryCtl>("mBackupDirectoryCtl", this);
     for (WizardPage* page : pages())
         page->hide();
-    connect(mTaskPickerCtl, &TaskPickerCtl::taskChanged, this, &frmInstall::updateNextAvailability);
 
+    m_operations = std::make_unique<UnavailableOperations>();
+    m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
     Form_Load();
 }
 
@@ -179,8 +167,7 @@ void frmInstall::Form_Load()
     lblBottom->resize(lblBottom->width(), (lineHeight + 1) * 4);
 
     layoutImages();
-    m_currentPage = WelcomePage;
-    ShowWelcomePage();
+    m_flow->Start();
 }
 
 void frmInstall::layoutImages()
@@ -273,223 +260,22 @@ void frmInstall::setHeaderBandVisible(bool visible)
     Image1->setVisible(!visible);
 }
 
-void frmInstall::showPage(WizardPage* page, Page number)
-{
-    for (WizardPage* p : pages())
-        if (p != page)
-            p->hide();
-    m_currentPage = number;
-    page->show();
-    page->raise();
-}
-
-void frmInstall::ShowWelcomePage()
-{
-    setHeaderBandVisible(false);
-    cmdBack->setEnabled(false);
-    showPage(mWelcomeCtl, WelcomePage);
-    updateNextAvailability();
-}
-
-int32_t frmInstall::task() const
-{
-    return mTaskPickerCtl->Task();
-}
-
-void frmInstall::applyHeader(const PageHeader& header)
-{
-    lblTop->setText(QString::fromStdString(header.top));
-    lblHeader->setText(QString::fromStdString(header.header));
-    if (header.bottom)
-        lblBottom->setText(QString::fromStdString(*header.bottom));
-    if (header.nextCaption)
-        cmdNext->setText(QString::fromStdString(*header.nextCaption));
-}
-
-void frmInstall::showInputPage(WizardPage* page, Page number)
-{
-    applyHeader(HeaderFor(number, task()));
-    showPage(page, number);
-    page->takeFocus();
-    updateNextAvailability();
-}
-
-void frmInstall::ShowTaskPage()
-{
-    showInputPage(mTaskPickerCtl, TaskPage);
-}
-
-void frmInstall::ShowServerPage()
-{
-    mSQLServerCtl->setCreatorOnly(false);
-    showInputPage(mSQLServerCtl, ServerPage);
-}
-
-void frmInstall::ShowDatabasePage()
-{
-    lblTop->setText("SQL Server Database Information");
-    showInputPage(mSQLDatabaseCtl, DatabasePage);
-}
-
-void frmInstall::ShowIndexLocationPage()
-{
-    showInputPage(mMSTFileLocationCtl, IndexLocationPage);
-}
-
-void frmInstall::ShowServiceNamePage()
-{
-    showInputPage(mServiceNameCtl, ServiceNamePage);
-}
-
-void frmInstall::ShowServiceFolderPage()
-{
-    showInputPage(mServiceDirectoryCtl, ServiceFolderPage);
-}
-
-void frmInstall::ShowBackupFolderPage()
-{
-    showInputPage(mBackupDirectoryCtl, BackupFolderPage);
-}
-
-void frmInstall::ShowServiceFilePage()
-{
-    showInputPage(mServiceFileCtl, ServiceFilePage);
-}
-
-// Reads the pages; asking whether the target server is this computer connects to it, and a
-// failure there is raised to the Next handler that showed the summary.
-MigrationValues frmInstall::migrationValues() const
-{
-    MigrationInputs in;
-    in.localServerName = m_localServerName;
-    in.desktopDatabaseName = m_desktopDatabaseName;
-    in.serverName = mSQLServerCtl->ServerName().toStdString();
-    in.databaseName = mSQLDatabaseCtl->DatabaseName().toStdString();
-    in.appDataFolder = ShellFolders::GetCommonAppDataFolder();
-    in.indexPath = mMSTFileLocationCtl->Path().toStdString();
-    in.serviceFolder = mServiceDirectoryCtl->DirectoryPath().toStdString();
-    in.serviceName = mServiceNameCtl->ServiceName().toStdString();
-    in.backupFolder = mBackupDirectoryCtl->DirectoryPath().toStdString();
-    in.targetIsLocal = SQLServerUtils::IsLocalServer(in.serverName);
-    return AssembleMigrationValues(in);
-}
-
-void frmInstall::ShowSummaryPage()
-{
-    lblBottom->setText("You specified the following parameters:");
-    applyHeader(SummaryHeader(task(), mServiceFileCtl->Path().toStdString()));
-    WizardPage* summary = nullptr;
-    if (task() == TaskPickerCtl::MigrateDatabase) {
-        const MigrationValues v = migrationValues();
-        auto q = [](const std::string& s) { return QString::fromStdString(s); };
-        mDBMigrateUpdateCtl->Initialize(q(v.SrcServerName), q(v.SrcDBName), q(v.TargetServerName),
-                                        q(v.TargetDBName), q(v.SrcMSTFilePath), q(v.TargetMSTFilePath),
-                                        q(v.UDLPath), q(v.ServerConfigPath), q(v.ServiceConfigPath),
-                                        q(v.ServiceName), q(v.BackupFilePath));
-        summary = mDBMigrateUpdateCtl;
-    } else if (task() == TaskPickerCtl::RebuildIndex) {
-        mMSTFileUpdateCtl->Initialize(mSQLServerCtl->ServerName(), mSQLDatabaseCtl->DatabaseName(),
-                                      mMSTFileLocationCtl->Path());
-        summary = mMSTFileUpdateCtl;
-    }
-    for (WizardPage* p : pages())
-        if (p != summary)
-            p->hide();
-    if (summary) {
-        summary->show();
-        summary->raise();
-    }
-    m_currentPage = SummaryPage;
-    updateNextAvailability();
-}
-
-// Next is offered only where the page it leads to exists in this build.
-void frmInstall::updateNextAvailability()
-{
-    bool offered = false;
-    switch (m_currentPage) {
-    case WelcomePage:
-        offered = true;
-        break;
-    case TaskPage:
-        offered = task() == TaskPickerCtl::ConnectService || task() == TaskPickerCtl::RebuildIndex;
-        break;
-    default:
-        break;
-    }
-    cmdNext->setEnabled(offered);
-}
-
-void frmInstall::reportNextError(const std::string& description)
-{
-    m_prompter.messageBox("Sorry, " + description, MsgButtons::OK, MsgIcon::None, "Error Clicking Next");
-}
-
 void frmInstall::cmdNext_Click()
 {
-    WaitCursor hourglass;
-    try {
-        switch (m_currentPage) {
-        case WelcomePage:
-            mWelcomeCtl->hide();
-            setHeaderBandVisible(true);
-            cmdBack->setEnabled(true);
-            ShowTaskPage();
-            break;
-        case TaskPage:
-            if (task() == TaskPickerCtl::ConnectService) {
-                mTaskPickerCtl->hide();
-                ShowServiceFilePage();
-            } else if (task() == TaskPickerCtl::RebuildIndex) {
-                mTaskPickerCtl->hide();
-                mSQLServerCtl->setCreatorOnly(false);
-                mSQLServerCtl->CheckList();
-                ShowServerPage();
-            }
-            break;
-        default:
-            break;
-        }
-    } catch (const LfError& e) {
-        reportNextError(e.description());
-    } catch (const std::exception& e) {
-        reportNextError(e.what());
-    }
+    m_flow->Next();
 }
 
 void frmInstall::cmdBack_Click()
 {
-    switch (m_currentPage) {
-    case TaskPage:
-        mTaskPickerCtl->hide();
-        ShowWelcomePage();
-        break;
-    case ServiceFilePage:
-        mServiceFileCtl->hide();
-        ShowTaskPage();
-        break;
-    case ServerPage:
-        mSQLServerCtl->hide();
-        ShowTaskPage();
-        break;
-    case DatabasePage:
-        mSQLDatabaseCtl->hide();
-        ShowServerPage();
-        break;
-    default:
-        break;
-    }
+    m_flow->Back();
 }
 
 void frmInstall::cmdCancel_Click()
 {
-    const std::string title = version::kApplicationTitle;
-    if (m_prompter.messageBox("Are you sure you want to exit " + title + "?", MsgButtons::YesNo, MsgIcon::Question,
-                              title) == MsgAnswer::Yes)
-        close();
+    m_flow->Cancel();
 }
 
 void frmInstall::cmdDone_Click()
 {
-    close();
+    m_flow->Done();
 }

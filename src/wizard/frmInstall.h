@@ -1,8 +1,11 @@
 #pragma once
 
+#include "TaskFlow.h"
+
 #include <QWidget>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 class BackupDirectoryCtl;
@@ -15,47 +18,30 @@ class QLabel;
 class QPushButton;
 class SQLDatabaseCtl;
 class SQLServerCtl;
+class TaskOperations;
 class ServiceDirectoryCtl;
 class ServiceFileCtl;
 class ServiceNameCtl;
 class TaskPickerCtl;
 class WelcomeCtl;
 class WizardPage;
-struct MigrationValues;
-struct PageHeader;
 
 // The wizard's only main window: a header band, one content area showing one page at a time,
-// a bottom note and four buttons. It owns every page for the whole run, keeps the number of
-// the page on show and moves between pages.
-class frmInstall : public QWidget {
+// a bottom note and four buttons. It owns every page for the whole run and paints what the
+// task flow decides; its buttons go to the flow.
+class frmInstall : public QWidget, public TaskFlowView {
     Q_OBJECT
 public:
-    // Page numbers; the task flows dispatch on them.
-    enum Page : int16_t {
-        WelcomePage = 0,
-        TaskPage = 1,
-        ServerPage = 2,
-        DatabasePage = 3,
-        IndexLocationPage = 4,
-        ServiceNamePage = 5,
-        ServiceFolderPage = 6,
-        BackupFolderPage = 7,
-        SummaryPage = 8,
-        ProgressPage = 9,
-        LocalDatabaseNoticePage = 10,
-        FinishedPage = 11,
-        ServiceFilePage = 12,
-    };
-
     explicit frmInstall(Prompter& prompter, QWidget* parent = nullptr);
     ~frmInstall() override;
 
-    int16_t CurrentPage() const { return m_currentPage; }
+    int16_t CurrentPage() const { return m_flow->CurrentPage(); }
+    TaskFlow& flow() { return *m_flow; }
 
     // Shared with the pages and operations.
-    const std::string& LocalServerName() const { return m_localServerName; }
-    const std::string& ServerLoginName() const { return m_serverLoginName; }
-    const std::string& ServerLoginPWD() const { return m_serverLoginPWD; }
+    const std::string& LocalServerName() const { return m_flow->LocalServerName(); }
+    const std::string& ServerLoginName() const { return m_flow->ServerLoginName(); }
+    const std::string& ServerLoginPWD() const { return m_flow->ServerLoginPWD(); }
 
     WelcomeCtl* welcomePage() const { return mWelcomeCtl; }
     TaskPickerCtl* taskPickerPage() const { return mTaskPickerCtl; }
@@ -82,16 +68,37 @@ public:
     void cmdCancel_Click();
     void cmdDone_Click();
 
-    void ShowWelcomePage();
-    void ShowTaskPage();
-    void ShowServerPage();
-    void ShowDatabasePage();
-    void ShowIndexLocationPage();
-    void ShowServiceNamePage();
-    void ShowServiceFolderPage();
-    void ShowBackupFolderPage();
-    void ShowSummaryPage();
-    void ShowServiceFilePage();
+    // TaskFlowView
+    int32_t Task() const override;
+    std::string ServerName() const override;
+    std::string DatabaseName() const override;
+    std::string IndexPath() const override;
+    bool IsBrowseClicked() const override;
+    std::string ServiceName() const override;
+    void SetServiceName(const std::string& name) override;
+    std::string ServiceFolderPath() const override;
+    std::string BackupFolderPath() const override;
+    std::string ServiceFilePath() const override;
+    void ShowPageComponent(int16_t page, int32_t task) override;
+    void HidePageComponents() override;
+    void FocusPage() override;
+    void SetCreatorOnly(bool creatorOnly) override;
+    void CheckServerList() override;
+    void InitializeDatabasePage(const std::vector<sqlserver::DatabaseInfo>& databases) override;
+    void InitializeMigrationSummary(const MigrationValues& values) override;
+    void InitializeIndexSummary(const std::string& serverName, const std::string& databaseName,
+                                const std::string& indexPath) override;
+    void SetText(Label label, const std::string& text) override;
+    void SetLabelVisible(Label label, bool visible) override;
+    void SetWelcomeDress(bool welcome) override;
+    void SetNextCaption(const std::string& caption) override;
+    void SetButtonVisible(Button button, bool visible) override;
+    void SetButtonEnabled(Button button, bool enabled) override;
+    void MakeDefaultAndFocus(Button button) override;
+    void SetBusy(bool busy) override;
+    void CloseWindow() override;
+    MsdeLogin AskMsdeLogin() override;
+    void RunBlocking(const std::function<void()>& call) override;
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -104,13 +111,9 @@ private:
     int bottomNoteHeight() const;
     void layoutPages();
     void setHeaderBandVisible(bool visible);
-    void showPage(WizardPage* page, Page number);
-    void showInputPage(WizardPage* page, Page number);
-    void applyHeader(const PageHeader& header);
-    int32_t task() const;
-    MigrationValues migrationValues() const;
-    void updateNextAvailability();
-    void reportNextError(const std::string& description);
+    QLabel* label(Label label) const;
+    QPushButton* button(Button button) const;
+    WizardPage* pageComponent(int16_t page, int32_t task) const;
 
     Prompter& m_prompter;
 
@@ -139,9 +142,7 @@ private:
     ServiceFileCtl* mServiceFileCtl;
     BackupDirectoryCtl* mBackupDirectoryCtl;
 
-    int16_t m_currentPage = WelcomePage;
-    std::string m_localServerName;
-    std::string m_serverLoginName;
-    std::string m_serverLoginPWD;
-    std::string m_desktopDatabaseName;   // "LFDesktop10" once the task page leads to a migration
+    WizardPage* m_shownPage = nullptr;
+    std::unique_ptr<TaskOperations> m_operations;
+    std::unique_ptr<TaskFlow> m_flow;
 };

@@ -11,6 +11,7 @@
 #include "TaskPickerCtl.h"
 #include "WelcomeCtl.h"
 #include "WizardPage.h"
+#include "TaskFlow.h"
 #include "frmInstall.h"
 
 #include <QApplication>
@@ -250,8 +251,11 @@ TEST_F(FrameWithoutEngine, ConnectToAServiceLeadsToTheServiceFilePageAndBack)
     EXPECT_EQ(child<QLabel>("lblTop")->text(), "Service File Location");
     EXPECT_EQ(child<QPushButton>("cmdNext")->text(), "&Next >");
     EXPECT_TRUE(child<QLabel>("lblBottom")->text().startsWith("The location of the service file"));
-    // Checking the file and moving on come with the task's flow; until then Next is not offered.
-    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
+    // Next checks the page: an empty path is refused and the page stays.
+    QTest::mouseClick(child<QPushButton>("cmdNext"), Qt::LeftButton);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].text, "Please provide a location to the service file!");
+    EXPECT_EQ(window->CurrentPage(), frmInstall::ServiceFilePage);
 
     window->cmdBack_Click();
     EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
@@ -260,35 +264,24 @@ TEST_F(FrameWithoutEngine, ConnectToAServiceLeadsToTheServiceFilePageAndBack)
     EXPECT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
 }
 
-TEST_F(FrameTest, NextOnTheTaskPageIsOfferedOnlyForTasksWhoseNextPageExists)
-{
-    window->cmdNext_Click();
-    ASSERT_EQ(window->taskPickerPage()->Task(), 1);
-    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
-    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mConnectOption"), Qt::LeftButton);
-    EXPECT_TRUE(child<QPushButton>("cmdNext")->isEnabled());
-    QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mServeDatabaseOption"), Qt::LeftButton);
-    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
-}
-
 TEST_F(FrameTest, EveryShowProcedureLeavesExactlyOnePageVisibleInThePageRectangle)
 {
     window->cmdNext_Click();
     struct Step {
-        void (frmInstall::*show)();
+        void (TaskFlow::*show)();
         frmInstall::Page page;
         const char* name;
     };
     const Step steps[] = {
-        {&frmInstall::ShowIndexLocationPage, frmInstall::IndexLocationPage, "mMSTFileLocationCtl"},
-        {&frmInstall::ShowServiceNamePage, frmInstall::ServiceNamePage, "mServiceNameCtl"},
-        {&frmInstall::ShowServiceFolderPage, frmInstall::ServiceFolderPage, "mServiceDirectoryCtl"},
-        {&frmInstall::ShowBackupFolderPage, frmInstall::BackupFolderPage, "mBackupDirectoryCtl"},
-        {&frmInstall::ShowServiceFilePage, frmInstall::ServiceFilePage, "mServiceFileCtl"},
-        {&frmInstall::ShowTaskPage, frmInstall::TaskPage, "mTaskPickerCtl"},
+        {&TaskFlow::ShowIndexLocationPage, frmInstall::IndexLocationPage, "mMSTFileLocationCtl"},
+        {&TaskFlow::ShowServiceNamePage, frmInstall::ServiceNamePage, "mServiceNameCtl"},
+        {&TaskFlow::ShowServiceFolderPage, frmInstall::ServiceFolderPage, "mServiceDirectoryCtl"},
+        {&TaskFlow::ShowBackupFolderPage, frmInstall::BackupFolderPage, "mBackupDirectoryCtl"},
+        {&TaskFlow::ShowServiceFilePage, frmInstall::ServiceFilePage, "mServiceFileCtl"},
+        {&TaskFlow::ShowTaskPage, frmInstall::TaskPage, "mTaskPickerCtl"},
     };
     for (const Step& s : steps) {
-        (window.get()->*s.show)();
+        (window->flow().*s.show)();
         EXPECT_EQ(window->CurrentPage(), s.page) << s.name;
         EXPECT_EQ(visiblePages(), 1) << s.name;
         QWidget* page = child(s.name);
@@ -296,7 +289,7 @@ TEST_F(FrameTest, EveryShowProcedureLeavesExactlyOnePageVisibleInThePageRectangl
         EXPECT_EQ(page->geometry(), window->pageRect()) << s.name;
     }
     QTest::mouseClick(window->taskPickerPage()->findChild<QRadioButton*>("mConnectOption"), Qt::LeftButton);
-    window->ShowSummaryPage();
+    window->flow().ShowSummaryPage();
     EXPECT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
     EXPECT_EQ(visiblePages(), 0);
     EXPECT_EQ(child<QLabel>("lblTop")->text(), "Ready to Create Connection To Service");
@@ -307,7 +300,7 @@ TEST_F(FrameTest, ShowingAnInputPageGivesItsFieldTheFocus)
     window->activateWindow();
     QApplication::setActiveWindow(window.get());
     window->cmdNext_Click();
-    window->ShowServiceNamePage();
+    window->flow().ShowServiceNamePage();
     QApplication::processEvents();
     EXPECT_EQ(QApplication::focusWidget(), child("mServiceNameCtl")->findChild<QWidget*>("Text1"));
 }
@@ -335,8 +328,6 @@ TEST_F(FrameTest, RebuildingTheIndexLeadsToTheServerPageListingTheNetwork)
     const QRect page = window->serverPage()->geometry();
     EXPECT_EQ(page.left(), child("Image1")->width());
     EXPECT_EQ(page.bottom(), window->pageRect().bottom());
-    // Moving on (connecting, the database page) comes with the task's flow.
-    EXPECT_FALSE(child<QPushButton>("cmdNext")->isEnabled());
 
     window->cmdBack_Click();
     EXPECT_EQ(window->CurrentPage(), frmInstall::TaskPage);
@@ -349,7 +340,7 @@ TEST_F(FrameTest, RebuildingTheIndexLeadsToTheServerPageListingTheNetwork)
 TEST_F(FrameTest, DatabasePageHeaderFollowsTheTask)
 {
     window->cmdNext_Click();
-    window->ShowDatabasePage();
+    window->flow().ShowDatabasePage();
     EXPECT_EQ(window->CurrentPage(), frmInstall::DatabasePage);
     EXPECT_EQ(child<QLabel>("lblTop")->text(), "Multi-User Database Setup");
     EXPECT_EQ(child<QLabel>("lblHeader")->text(), "Provide the name of the multi-user database you want to create.");
@@ -396,7 +387,7 @@ protected:
 TEST_F(SummaryTest, RebuildSummaryShowsServerDatabaseAndFolder)
 {
     choose("mRebuildMolIDsOption");
-    window->ShowSummaryPage();
+    window->flow().ShowSummaryPage();
     EXPECT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
     EXPECT_EQ(visiblePages(), 1);
     EXPECT_TRUE(window->indexSummaryPage()->isVisible());
@@ -410,7 +401,7 @@ TEST_F(SummaryTest, RebuildSummaryShowsServerDatabaseAndFolder)
 
 TEST_F(SummaryTest, MigrationSummaryToARemoteServerNamesTheBackupFile)
 {
-    window->ShowSummaryPage();
+    window->flow().ShowSummaryPage();
     EXPECT_EQ(visiblePages(), 1);
     EXPECT_TRUE(window->migrationSummaryPage()->isVisible());
     const QString text = window->migrationSummaryPage()->summaryText();
@@ -426,7 +417,7 @@ TEST_F(SummaryTest, MigrationSummaryToARemoteServerNamesTheBackupFile)
 TEST_F(SummaryTest, MigrationSummaryToThisComputerKeepsTheBackupLocal)
 {
     servers->servers["LABSRV2\\CHEM"].netName = "PC1";
-    window->ShowSummaryPage();
+    window->flow().ShowSummaryPage();
     EXPECT_TRUE(window->migrationSummaryPage()->summaryText().endsWith("Database Backup File: (local path)"));
 }
 
@@ -434,7 +425,7 @@ TEST_F(SummaryTest, AServerThatCannotBeAskedIsReportedWithTheLocalServerTestsWor
 {
     child<QComboBox>("cmbServerList")->setEditText("NOWHERE");
     try {
-        window->ShowSummaryPage();
+        window->flow().ShowSummaryPage();
         FAIL() << "no error";
     } catch (const LfError& e) {
         EXPECT_EQ(e.source(), "DBMigrateProgressCtl.IsLocalServer");

@@ -33,8 +33,13 @@ SQLDatabaseCtl::SQLDatabaseCtl(QWidget* parent)
 
 void SQLDatabaseCtl::Initialize(sqlserver::ServerConnection& server)
 {
+    Initialize(server.Databases());
+}
+
+void SQLDatabaseCtl::Initialize(const std::vector<sqlserver::DatabaseInfo>& databases)
+{
     PageControls::clearBox(cmbDatabase);
-    for (const sqlserver::DatabaseInfo& database : server.Databases()) {
+    for (const sqlserver::DatabaseInfo& database : databases) {
         // The server's own databases never hold the product's data.
         if (database.canUse && !database.isSystem)
             PageControls::addItemKeepingText(cmbDatabase, QString::fromStdString(database.name));

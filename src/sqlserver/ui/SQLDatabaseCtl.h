@@ -4,11 +4,14 @@
 
 #include <QString>
 
+#include <vector>
+
 class QComboBox;
 class QLabel;
 
 namespace sqlserver {
 class ServerConnection;
+struct DatabaseInfo;
 }
 
 // The page on which the user names the database on the chosen server: one the login may use,
@@ -26,6 +29,8 @@ public:
     // Refills the list from the connected server the frame opened; the server is used only
     // during the call. Failures of the server are raised to the caller as they are.
     void Initialize(sqlserver::ServerConnection& server);
+    // The same, from a list already read from the server (away from the window's thread).
+    void Initialize(const std::vector<sqlserver::DatabaseInfo>& databases);
 
     // The box's text exactly as it stands.
     QString DatabaseName() const;
