@@ -38,12 +38,12 @@ void UnavailableOperations::CreateOfflineDatabase()
     unavailable("DBMigrateProgressCtl", "CreateOfflineDatabase");
 }
 
-void UnavailableOperations::GrantOfflinePermissions(const std::string&, const std::string&)
+void UnavailableOperations::GrantOfflinePermissions(const engine::LocalServerLogin&)
 {
     unavailable("frmInstall", "GrantOfflinePermissions");
 }
 
-bool UnavailableOperations::RemoveOfflineDatabase(const std::string&, const std::string&)
+bool UnavailableOperations::RemoveOfflineDatabase(const engine::LocalServerLogin&)
 {
     unavailable("frmInstall", "RemoveOfflineDatabase");
 }

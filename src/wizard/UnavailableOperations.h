@@ -13,9 +13,8 @@ public:
                                          const std::string& udlPath) override;
     void InstallDesktopService() override;
     void CreateOfflineDatabase() override;
-    void GrantOfflinePermissions(const std::string& connectionString, const std::string& groupName) override;
-    bool RemoveOfflineDatabase(const std::string& serverLoginName,
-                               const std::string& serverLoginPWD) override;
+    void GrantOfflinePermissions(const engine::LocalServerLogin& login) override;
+    bool RemoveOfflineDatabase(const engine::LocalServerLogin& login) override;
     void StartIndexBuild(const std::string& serverName, const std::string& databaseName,
                          const std::string& indexFolder) override;
 };

@@ -42,13 +42,13 @@ public:
     }
     void InstallDesktopService() override { record("InstallDesktopService", {}); }
     void CreateOfflineDatabase() override { record("CreateOfflineDatabase", {}); }
-    void GrantOfflinePermissions(const std::string& connectionString, const std::string& groupName) override
+    void GrantOfflinePermissions(const engine::LocalServerLogin& login) override
     {
-        record("GrantOfflinePermissions", {connectionString, groupName});
+        record("GrantOfflinePermissions", {login.serverName, login.user, login.password});
     }
-    bool RemoveOfflineDatabase(const std::string& user, const std::string& password) override
+    bool RemoveOfflineDatabase(const engine::LocalServerLogin& login) override
     {
-        record("RemoveOfflineDatabase", {user, password});
+        record("RemoveOfflineDatabase", {login.serverName, login.user, login.password});
         return removed;
     }
     void StartIndexBuild(const std::string& server, const std::string& database,
