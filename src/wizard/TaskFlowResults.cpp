@@ -146,6 +146,7 @@ engine::LocalServerLogin TaskFlow::localServerLogin() const
 
 void TaskFlow::RemoveOfflineDatabase()
 {
+    m_currentPage = TaskFlowView::ProgressPage;
     if (m_operations.RemoveOfflineDatabase(localServerLogin()))
         showResult("Offline Database Removal Completed",
                    "The offline database has been removed. Click Finish to exit the wizard.", nullptr);

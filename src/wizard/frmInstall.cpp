@@ -12,9 +12,9 @@
 #include "ServiceNameCtl.h"
 #include "TaskFlow.h"
 #include "TaskPickerCtl.h"
-#include "UnavailableOperations.h"
 #include "Version.h"
 #include "WelcomeCtl.h"
+#include "WizardOperations.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -140,7 +140,9 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     for (WizardPage* page : pages())
         page->hide();
 
-    m_operations = std::make_unique<UnavailableOperations>();
+    m_operations = std::make_unique<WizardOperations>(m_prompter, [this] {
+        return engine::LocalServerLogin{LocalServerName(), ServerLoginName(), ServerLoginPWD()};
+    });
     m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
     Form_Load();
 }

@@ -185,9 +185,7 @@ TEST_F(TaskFlowResultsTest, CreatingTheOfflineDatabaseGrantsOnTheInstanceThatHol
     EXPECT_EQ(top, "Create Offline Database");
     EXPECT_EQ(header, "Offline Database Creation In Progress...");
     EXPECT_EQ(operations.calls,
-              (std::vector<std::string>{
-                  "CreateOfflineDatabase()",
-                  "GrantOfflinePermissions((local)||)"}));
+              (std::vector<std::string>{"CreateOfflineDatabase()", "GrantOfflinePermissions((local)||)"}));
     EXPECT_EQ(view.top(), "Database Creation Completed");
     EXPECT_EQ(view.header(),
               "The Multi-User Setup wizard has successfully created your offline database. Click "

@@ -1,11 +1,20 @@
 #pragma once
 
+#include "NetworkDrive.h"
 #include "TaskOperations.h"
 
-// The operations of a build that does not carry the migration engine and the index rebuild:
-// every one of them fails with a clear error, none pretends to have done its work.
-class UnavailableOperations : public TaskOperations {
+#include <functional>
+
+class Prompter;
+
+// The operations the task flows start, carried out by the engine: the service files, the
+// offline database and its grants and removal. Each runs to its end inside the call; the
+// window keeps painting meanwhile, and the flow ignores further clicks.
+class WizardOperations : public TaskOperations {
 public:
+    // frameLogin gives the frame's local server and MSDE login when an operation starts.
+    WizardOperations(Prompter& prompter, std::function<engine::LocalServerLogin()> frameLogin);
+
     void ConfirmUser(std::string& serverName, std::string& databaseName) override;
     void Migrate(const MigrationValues& values) override;
     void InstallServiceConfigurationFile(const std::string& serviceConfigPath,
@@ -17,4 +26,9 @@ public:
     bool RemoveOfflineDatabase(const engine::LocalServerLogin& login) override;
     void StartIndexBuild(const std::string& serverName, const std::string& databaseName,
                          const std::string& indexFolder) override;
+
+private:
+    Prompter& m_prompter;
+    std::function<engine::LocalServerLogin()> m_frameLogin;
+    engine::NetworkDrive m_networkDrive;
 };
