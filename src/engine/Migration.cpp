@@ -59,6 +59,7 @@ int serverMajorVersion(const std::string& serverName)
         auto c = openDatabase(serverName, "master");
         auto rs = c->OpenForward("SELECT CONVERT(nvarchar(128), SERVERPROPERTY('ProductVersion'))");
         const std::string version = rs->IsEOF() ? std::string() : rs->Field(0).toText();
+        rs->Close();
         c->Close();
         return std::atoi(version.c_str());
     } catch (const LfError&) {

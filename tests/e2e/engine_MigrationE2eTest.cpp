@@ -201,8 +201,8 @@ TEST_F(MigrationE2eTest, UnreachableServerDoesNotExist)
 
 TEST_F(MigrationE2eTest, RefusedLoginModeIsNamed)
 {
-    // A real integrated login, which the server refuses.
-    ScopedEnv trusted("LABFOLIO_ODBC_INTEGRATED", "Trusted_Connection=Yes");
+    // A domain account makes FreeTDS log in with NTLM, a Windows login, which this server refuses.
+    ScopedEnv trusted("LABFOLIO_ODBC_INTEGRATED", "UID=PC1\\alice;PWD=Alice-pw1");
     try {
         migration.ConfirmUser("PC1\\VELDRIN", "LFDesktop10");
         FAIL() << "no error";
