@@ -1,5 +1,6 @@
 #include "VerifiedCopy.h"
 
+#include "FileReplace.h"
 #include "LfError.h"
 #include "StopFlag.h"
 
@@ -227,8 +228,8 @@ public:
     explicit TemporaryFile(const std::filesystem::path& target)
     {
         const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-        std::string pattern = (folder / ("~" + target.filename().string() + ".XXXXXX")).string();
-        const int fd = ::mkstemp(pattern.data());
+        const std::filesystem::path name = sys::TemporaryNameBeside(target);
+        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
         if (fd < 0) {
             std::error_code ec;
             if (errno == ENOENT || !std::filesystem::is_directory(folder, ec))
@@ -236,7 +237,7 @@ public:
             fail(errno, target);
         }
         m_fd = std::make_unique<Fd>(fd);
-        m_path = pattern;
+        m_path = name;
     }
     ~TemporaryFile()
     {

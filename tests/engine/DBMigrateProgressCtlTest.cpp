@@ -200,4 +200,12 @@ TEST_F(DBMigrateProgressCtlTest, ConfirmUserRaisesTheMissingUserError)
     EXPECT_EQ(page.ProcessName(), "PC1\\alice");
 }
 
+TEST_F(DBMigrateProgressCtlTest, NetworkDriveOfAUncPathIsItsHostAndOfALocalPathEmpty)
+{
+    EXPECT_EQ(page.GetUNCPathofNetworkDrive(QStringLiteral("\\\\LABSRV2\\Backups\\LFDesktop.BAK")),
+              "LABSRV2");
+    const QString local = QString::fromStdString(dir.path().string());
+    EXPECT_EQ(page.GetUNCPathofNetworkDrive(local), "");
+}
+
 } // namespace

@@ -100,6 +100,11 @@ QString DBMigrateProgressCtl::ProcessName() const
     return QString::fromStdString(engine::Migration::ProcessName());
 }
 
+QString DBMigrateProgressCtl::GetUNCPathofNetworkDrive(const QString& sFilePath)
+{
+    return QString::fromStdString(m_networkDrive.GetUNCPathofNetworkDrive(s(sFilePath)));
+}
+
 void DBMigrateProgressCtl::resizeEvent(QResizeEvent* event)
 {
     WizardPage::resizeEvent(event);

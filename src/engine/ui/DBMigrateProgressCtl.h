@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MigrationProgress.h"
+#include "NetworkDrive.h"
 #include "StopFlag.h"
 #include "WizardPage.h"
 
@@ -30,6 +31,10 @@ public:
     void ConfirmUser(const QString& ServerName, const QString& DBName);
     // The account on whose behalf the program runs.
     QString ProcessName() const;
+
+    // The machine that holds the file: the host of a UNC path or of the network drive; "" for a
+    // local path.
+    QString GetUNCPathofNetworkDrive(const QString& sFilePath);
 
     bool StopRequested() const { return m_stop.requested(); }
     bool ContinueRequested() const { return m_continueRequested; }
@@ -61,5 +66,6 @@ private:
     QProgressBar* m_prgStatus;
     QLabel* m_messageLabel;
     engine::StopFlag m_stop;
+    engine::NetworkDrive m_networkDrive;
     bool m_continueRequested = false;
 };
