@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QTimer>
 
 #include <chrono>
@@ -100,9 +101,16 @@ int main(int argc, char** argv)
     qint64 last = 0;
     qint64 longest = 0;
     long ticks = 0;
+    auto* label = page.findChild<QLabel*>(QStringLiteral("mMessageLabel"));
+    QString shown;
+    std::vector<std::pair<QString, double>> steps;
     QTimer watcher;
     QObject::connect(&watcher, &QTimer::timeout, [&] {
         const qint64 now = clock.nsecsElapsed();
+        if (label->text() != shown && !label->text().endsWith(QLatin1String(" percent processed."))) {
+            shown = label->text();
+            steps.emplace_back(shown, now / 1e9);
+        }
         longest = std::max(longest, now - last);
         last = now;
         ++ticks;
@@ -123,6 +131,8 @@ int main(int argc, char** argv)
                 baselineSeconds - backupSeconds, baselineSeconds);
     std::printf("migration through the page: %.2f s\n", migrationSeconds);
     std::printf("time ratio migration/baseline: %.2f\n", migrationSeconds / baselineSeconds);
+    for (const auto& [text, at] : steps)
+        std::printf("  at %6.2f s: %s\n", at, qPrintable(text));
     std::printf("window event loop: %ld timer events (5 ms timer), longest gap %.1f ms (goal <= 50 ms)\n",
                 ticks, longest / 1e6);
     return 0;

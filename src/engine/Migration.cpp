@@ -148,9 +148,9 @@ void Migration::Migrate(const std::string& SrcServerName, const std::string& Src
         }
 
         say("Copying Chemical Structure Index...");
-        if (copyIndex(SrcMSTFilePath, TargetMSTFilePath)) {
-            const std::string target =
-                paths::Join(TargetMSTFilePath, std::filesystem::path(SrcMSTFilePath).filename().string());
+        const std::string target =
+            paths::Join(TargetMSTFilePath, std::filesystem::path(SrcMSTFilePath).filename().string());
+        if (copyIndex(SrcMSTFilePath, target)) {
             for (const char* extension : kCompanionExtensions) {
                 copy(ChangeExtension(SrcMSTFilePath, extension), ChangeExtension(target, extension));
                 advance();
@@ -161,23 +161,22 @@ void Migration::Migrate(const std::string& SrcServerName, const std::string& Src
         // The working copy is of no use once the migration has failed, and it holds the whole
         // database: it does not stay behind in the shared folder.
         if (!localBackup.empty())
-            removeQuietly(localBackup);
+            m_progress.runBlocking([&] { removeQuietly(localBackup); });
         throw;
     }
-    removeQuietly(localBackup);
+    // Removing a file of the database's size takes a moment of its own.
+    m_progress.runBlocking([&] { removeQuietly(localBackup); });
 }
 
-bool Migration::copyIndex(const std::string& SrcMSTFilePath, const std::string& TargetMSTFilePath)
+bool Migration::copyIndex(const std::string& source, const std::string& target)
 {
-    const std::string target =
-        paths::Join(TargetMSTFilePath, std::filesystem::path(SrcMSTFilePath).filename().string());
     std::error_code ec;
     if (std::filesystem::exists(target, ec) &&
         m_prompter.messageBox("Chemical Structure Index file(.mst) already exists in this location.  Do you "
                               "wish to overwrite it?",
                               MsgButtons::YesNo, MsgIcon::None, "Multi-user migration") != MsgAnswer::Yes)
         return false;
-    copy(SrcMSTFilePath, target);
+    copy(source, target);
     advance();
     return true;
 }
@@ -234,11 +233,6 @@ std::string Migration::ProcessName()
 void Migration::BackupDatabase(const std::string& ServerName, const std::string& DBName,
                                const std::string& BAKPath)
 {
-    removeQuietly(trimmed(BAKPath));
-    // The server writes the working copy; on this machine, into the shared folder, which may
-    // not exist yet.
-    std::error_code ec;
-    std::filesystem::create_directories(std::filesystem::path(trimmed(BAKPath)).parent_path(), ec);
 
     sqlserver::BackupSpec spec;
     spec.database = DBName;
@@ -253,6 +247,11 @@ void Migration::BackupDatabase(const std::string& ServerName, const std::string&
     sqlserver::OperationControl control;
     watch(control, 0);
     m_progress.runBlocking([&] {
+        removeQuietly(trimmed(BAKPath));
+        // The server writes the working copy; on this machine, into the shared folder, which
+        // may not exist yet.
+        std::error_code ec;
+        std::filesystem::create_directories(std::filesystem::path(trimmed(BAKPath)).parent_path(), ec);
         auto server = connectServer(ServerName);
         spec.checksum = serverMajorVersion(ServerName) >= 9;
         {

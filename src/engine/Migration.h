@@ -59,7 +59,8 @@ private:
     void confirmUserNow(const std::string& ServerName, const std::string& DBName);
     void say(const std::string& text);
     void advance();
-    bool copyIndex(const std::string& SrcMSTFilePath, const std::string& TargetMSTFilePath);
+    // Copies the index file unless the user keeps the one at the target; true when copied.
+    bool copyIndex(const std::string& source, const std::string& target);
     void copy(const std::string& source, const std::string& target);
     // Backup (offset 0) and restore (offset 100) notifications to the page; Stop aborts.
     void watch(sqlserver::OperationControl& control, int offset);
