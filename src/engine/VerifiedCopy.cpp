@@ -21,6 +21,10 @@
 #ifdef _WIN32
 #include <io.h>
 #define fsync _commit
+#define fchmod(fd, mode) 0
+constexpr int kOpenFlags = O_BINARY;
+#else
+constexpr int kOpenFlags = O_CLOEXEC;
 #endif
 
 namespace engine {
@@ -229,7 +233,7 @@ public:
     {
         const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
         const std::filesystem::path name = sys::TemporaryNameBeside(target);
-        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | kOpenFlags, 0600);
         if (fd < 0) {
             std::error_code ec;
             if (errno == ENOENT || !std::filesystem::is_directory(folder, ec))
@@ -252,8 +256,11 @@ public:
     {
         if (m_fd->close() != 0)
             fail(errno, target);
-        if (::rename(m_path.c_str(), target.c_str()) != 0)
-            fail(errno, target);
+        // std::filesystem replaces an existing target on every system (MoveFileEx on Windows).
+        std::error_code ec;
+        std::filesystem::rename(m_path, target, ec);
+        if (ec)
+            fail(ec.value(), target);
         m_path.clear();
     }
 
@@ -265,7 +272,7 @@ private:
 void copyVerified(const std::filesystem::path& source, const std::filesystem::path& target,
                   const StopFlag* stop)
 {
-    Fd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+    Fd in(::open(source.c_str(), O_RDONLY | kOpenFlags));
     if (in.get() < 0)
         fail(errno, source);
     struct stat sourceInfo {};
@@ -318,7 +325,7 @@ void copyVerified(const std::filesystem::path& source, const std::filesystem::pa
     temp.renameOver(target);
     // The rename itself reaches the disk with the folder's entry.
     const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-    Fd dir(::open(folder.c_str(), O_RDONLY | O_CLOEXEC));
+    Fd dir(::open(folder.c_str(), O_RDONLY | kOpenFlags));
     if (dir.get() >= 0)
         ::fsync(dir.get());
 }

@@ -187,6 +187,24 @@ TEST_F(DBMigrateProgressCtlTest, WindowKeepsWorkingAndStopEndsTheBackup)
     EXPECT_FALSE(std::filesystem::exists(localBackup()));
 }
 
+TEST_F(DBMigrateProgressCtlTest, HidingThePageDuringTheBackupStopsIt)
+{
+    server->afterNotification = [](int) { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
+    QTimer hider;
+    QObject::connect(&hider, &QTimer::timeout, [&] {
+        if (child<QLabel>("mMessageLabel")->text() == "20 percent processed.") {
+            hider.stop();
+            page.hide();
+        }
+    });
+    hider.start(1);
+    EXPECT_THROW(migrate(), LfError);
+    EXPECT_TRUE(page.StopRequested());
+    EXPECT_FALSE(child<QPushButton>("mStopButton")->isEnabled());
+    EXPECT_FALSE(std::filesystem::exists(bakPath()));
+    EXPECT_EQ(server->backups().size(), 1u);
+}
+
 TEST_F(DBMigrateProgressCtlTest, ConfirmUserRaisesTheMissingUserError)
 {
     database.peopleCount = 0;
