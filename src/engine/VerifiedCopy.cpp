@@ -250,7 +250,6 @@ public:
             ::unlink(m_path.c_str());
     }
     int fd() const { return m_fd->get(); }
-    const std::filesystem::path& path() const { return m_path; }
 
     void renameOver(const std::filesystem::path& target)
     {
