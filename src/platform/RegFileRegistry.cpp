@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <optional>
 #include <sstream>
 
 namespace reg {
@@ -80,20 +81,36 @@ bool readQuoted(const std::string& s, size_t& pos, std::string& out)
     return false;
 }
 
-std::string hexBytes(const std::string& list)
+// Comma-separated two-digit hex bytes, as regedit writes them; nullopt for anything else, so a
+// damaged value is left out instead of read as something it is not.
+std::optional<std::string> hexBytes(const std::string& list)
 {
     std::string out;
     std::string token;
     for (char c : list + ",") {
         if (c == ',') {
-            if (!token.empty())
-                out += static_cast<char>(std::stoi(token, nullptr, 16));
+            if (token.empty())
+                continue;
+            if (token.size() > 2)
+                return std::nullopt;
+            out += static_cast<char>(std::stoi(token, nullptr, 16));
             token.clear();
         } else if (std::isxdigit(static_cast<unsigned char>(c))) {
             token += c;
+        } else if (c != ' ' && c != '\t') {
+            return std::nullopt;
         }
     }
     return out;
+}
+
+// A hex number of 1..maxDigits digits and nothing else (dword:, the type in hex(N):).
+std::optional<uint32_t> hexNumber(const std::string& digits, size_t maxDigits)
+{
+    if (digits.empty() || digits.size() > maxDigits ||
+        !std::all_of(digits.begin(), digits.end(), [](unsigned char c) { return std::isxdigit(c); }))
+        return std::nullopt;
+    return static_cast<uint32_t>(std::stoul(digits, nullptr, 16));
 }
 
 // hex(2)/hex(7) data is UTF-16LE in version 5 files and the narrow code page in REGEDIT4
@@ -107,11 +124,16 @@ std::string narrowFromRegData(const std::string& data, bool unicodeFile)
 
 RegFileRegistry::RegFileRegistry(std::string path)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    // Only a regular file is read: a folder or device named by mistake is no registry at all,
+    // and the wizard then sees the empty registry of a machine without the product.
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
         return;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    parse(bytes);
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream bytes;
+    if (!in || !(bytes << in.rdbuf()))
+        return;
+    parse(bytes.str());
 }
 
 std::unique_ptr<RegFileRegistry> RegFileRegistry::fromBytes(const std::string& bytes)
@@ -199,21 +221,29 @@ void RegFileRegistry::parse(const std::string& raw)
             v.type = kTypeSz;
             v.bytes = s + std::string(1, '\0');
         } else if (rhs.rfind("dword:", 0) == 0) {
-            uint32_t d = static_cast<uint32_t>(std::stoul(rhs.substr(6), nullptr, 16));
+            const auto d = hexNumber(rhs.substr(6), 8);
+            if (!d)
+                continue;
             v.type = kTypeDword;
-            v.bytes.assign(reinterpret_cast<const char*>(&d), 4);
+            v.bytes.assign(reinterpret_cast<const char*>(&*d), 4);
         } else if (rhs.rfind("hex(", 0) == 0) {
             size_t close = rhs.find("):");
             if (close == std::string::npos)
                 continue;
-            v.type = static_cast<uint32_t>(std::stoul(rhs.substr(4, close - 4), nullptr, 16));
-            std::string data = hexBytes(rhs.substr(close + 2));
+            const auto type = hexNumber(rhs.substr(4, close - 4), 8);
+            auto data = hexBytes(rhs.substr(close + 2));
+            if (!type || !data)
+                continue;
+            v.type = *type;
             if (v.type == kTypeMultiSz || v.type == kTypeExpandSz || v.type == kTypeSz)
-                data = narrowFromRegData(data, unicodeFile);
-            v.bytes = data;
+                *data = narrowFromRegData(*data, unicodeFile);
+            v.bytes = *data;
         } else if (rhs.rfind("hex:", 0) == 0) {
+            auto data = hexBytes(rhs.substr(4));
+            if (!data)
+                continue;
             v.type = kTypeBinary;
-            v.bytes = hexBytes(rhs.substr(4));
+            v.bytes = *data;
         } else {
             continue;
         }

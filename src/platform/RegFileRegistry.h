@@ -14,7 +14,8 @@ namespace reg {
 // Editor Version 5.00" in UTF-16LE with a byte-order mark, or UTF-8, or "REGEDIT4").
 // Understood: [key] sections, "name"="text", @= defaults, dword:, hex:, hex(2): and hex(7):
 // values, line continuations and ; comments. Deletion lines ([-key], "name"=-) are ignored.
-// A missing or unreadable file is an empty registry.
+// A missing or unreadable file (a folder, say) is an empty registry; a damaged value is left
+// out and the rest of the file still read.
 class RegFileRegistry : public Registry {
 public:
     explicit RegFileRegistry(std::string path);

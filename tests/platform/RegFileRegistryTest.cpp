@@ -140,6 +140,61 @@ TEST(RegFileRegistry, MissingFileIsAnEmptyRegistry)
     EXPECT_EQ(r.openKey(reg::Hive::LocalMachine, "SOFTWARE", 0, reg::kKeyRead, h), reg::kFileNotFound);
 }
 
+std::string fromHex(const std::string& hex)
+{
+    std::string out;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return out;
+}
+
+TEST(RegFileRegistry, DamagedFilesFoundByFuzzingReadWithoutThrowing)
+{
+    const std::string inputs[] = {
+        fromHex("5b0a22223d6865783a3830303030303030"), // hex:80000000
+        fromHex("5b0a22223d64776f72643a7a"),           // dword:z
+        "[\n\"\"=dword:12345678901234567\n",
+        fromHex("5b0a22223d686578287a293a"), // hex(z):
+        fromHex("fffe5b000a00220022003d006800650078003a0064003000430045006500630064006500"),
+    };
+    for (const std::string& bytes : inputs) {
+        std::unique_ptr<reg::RegFileRegistry> r;
+        EXPECT_NO_THROW(r = reg::RegFileRegistry::fromBytes(bytes));
+        ASSERT_TRUE(r);
+        EXPECT_FALSE(query(*r, reg::Hive::LocalMachine, "", ""));
+    }
+}
+
+TEST(RegFileRegistry, DamagedValuesAreSkippedAndTheRestOfTheFileIsRead)
+{
+    auto r = reg::RegFileRegistry::fromBytes("Windows Registry Editor Version 5.00\n"
+                                             "[HKEY_LOCAL_MACHINE\\K]\n"
+                                             "\"A\"=dword:z\n"
+                                             "\"B\"=dword:123456789\n"
+                                             "\"C\"=hex:80000000\n"
+                                             "\"D\"=hex(z):41,00\n"
+                                             "\"E\"=hex:4g,00\n"
+                                             "\"F\"=hex(2):\n"
+                                             "\"Good\"=dword:0000002a\n"
+                                             "[HKEY_LOCAL_MACHINE\\L]\n"
+                                             "\"Bin\"=hex:01, 02,ff\n");
+    for (const char* damaged : {"A", "B", "C", "D", "E"})
+        EXPECT_FALSE(query(*r, reg::Hive::LocalMachine, "K", damaged)) << damaged;
+    uint32_t type = 0;
+    EXPECT_EQ(query(*r, reg::Hive::LocalMachine, "K", "F", &type), std::string());
+    EXPECT_EQ(type, reg::kTypeExpandSz);
+    EXPECT_EQ(query(*r, reg::Hive::LocalMachine, "K", "Good"), std::string("\x2a\0\0\0", 4));
+    EXPECT_EQ(query(*r, reg::Hive::LocalMachine, "L", "Bin"), std::string("\x01\x02\xff"));
+}
+
+TEST(RegFileRegistry, FolderInsteadOfAFileIsAnEmptyRegistry)
+{
+    TempDir dir;
+    reg::RegFileRegistry r(dir.path().string());
+    reg::KeyHandle h = 0;
+    EXPECT_EQ(r.openKey(reg::Hive::LocalMachine, "SOFTWARE", 0, reg::kKeyRead, h), reg::kFileNotFound);
+}
+
 TEST(RegistryRead, KeepsReturnedSizeMinusOneAndFailsOnOversizedValues)
 {
     const std::string big(600, 'x');

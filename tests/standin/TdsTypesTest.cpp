@@ -114,6 +114,25 @@ TEST(TdsTypes, TruncatedParameterIsAProtocolError)
     EXPECT_THROW(readValue(r, t), ProtocolError);
 }
 
+TEST(TdsTypes, IntegerParameterLongerThanEightBytesIsAProtocolError)
+{
+    const Bytes wire{0x26, 8, 9, 0x6C, 0x11, 0x01, 0x39, 0x30, 0x39, 0x30, 0, 0};
+    ByteReader r(wire);
+    const WireType t = readTypeInfo(r);
+    EXPECT_THROW(readValue(r, t), ProtocolError);
+}
+
+TEST(TdsTypes, SecondsOfOneDigitEndTheText)
+{
+    int64_t days = 0, ms = 0;
+    parseDateTime("2020-01-02 10:20:1", days, ms);
+    EXPECT_EQ(formatDateTime(days, ms), "2020-01-02 10:20:01.000");
+    parseDateTime("1-01-02 10:20:3", days, ms);
+    EXPECT_EQ(formatDateTime(days, ms), "0001-01-02 10:20:03.000");
+    parseDateTime("2020-01-02 10:20:3.5", days, ms);
+    EXPECT_EQ(ms % 60000, 3500);
+}
+
 TEST(TdsTypes, SqlVariantParametersAreRefusedNotFatal)
 {
     const Bytes wire{0x62, 0, 0, 0, 0};

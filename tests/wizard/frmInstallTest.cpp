@@ -168,7 +168,7 @@ TEST(FrameLoad, TheBottomNoteStartsFourLinesOfTheWindowsFontHigh)
 
 TEST_F(FrameTest, TheBottomNoteIsAsTallAsItsTextAndThePagesEndAboveIt)
 {
-    window->ShowBackupFolderPage();
+    window->flow().ShowBackupFolderPage();
     QApplication::processEvents();
     auto* note = child<QLabel>("lblBottom");
     ASSERT_TRUE(note->text().startsWith("NOTE: The location of the backup file"));
@@ -182,7 +182,7 @@ TEST_F(FrameTest, TheBottomNoteIsAsTallAsItsTextAndThePagesEndAboveIt)
     const int lines = note->height();
 
     // Another page's note, without a resize: the note and the page follow the new text.
-    window->ShowServiceNamePage();
+    window->flow().ShowServiceNamePage();
     QApplication::processEvents();
     ASSERT_TRUE(note->text().startsWith("The Service Name appears"));
     EXPECT_EQ(note->height(), note->heightForWidth(note->width()));

@@ -179,6 +179,36 @@ TEST_F(TranslatorTest, SyntaxErrorsStopTheWholeBatch)
     EXPECT_EQ(sink2.errors()[0].text, "Incorrect syntax near '+'.");
 }
 
+TEST_F(TranslatorTest, DeeplyNestedStatementsAreRefusedWithError191)
+{
+    auto s = sa();
+    std::string nestedBlocks, negations;
+    for (int i = 0; i < 3000; ++i) {
+        nestedBlocks += "IF 1 = 1 BEGIN ";
+        negations += "- ";
+    }
+    const std::string batches[] = {
+        "SELECT " + std::string(5000, '('),
+        "SELECT " + negations + "1",
+        "IF " + std::string(5000, '(') + "1 = 1" + std::string(5000, ')') + " SELECT 1",
+        nestedBlocks + "SELECT 1",
+    };
+    for (const std::string& batch : batches) {
+        SCOPED_TRACE(batch.substr(0, 30));
+        auto sink = run(*s, batch);
+        auto errors = sink.errors();
+        ASSERT_EQ(errors.size(), 1u);
+        EXPECT_EQ(errors[0].number, 191);
+        EXPECT_EQ(errors[0].severity, 15);
+        EXPECT_EQ(errors[0].text,
+                  "Some part of your SQL statement is nested too deeply. Rewrite the query or "
+                  "break it up into smaller queries.");
+    }
+    // Nesting as deep as real queries go still runs.
+    auto sink = run(*s, "SELECT " + std::string(40, '(') + "1" + std::string(40, ')'));
+    EXPECT_TRUE(sink.errors().empty());
+}
+
 TEST_F(TranslatorTest, RuntimeErrorsEndOnlyTheirStatement)
 {
     auto s = sa();

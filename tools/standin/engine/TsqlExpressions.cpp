@@ -32,6 +32,7 @@ Expr Parser::andExpr()
 
 Expr Parser::notExpr()
 {
+    const Nesting level(m_depth);
     if (accept("NOT")) {
         Expr e = notExpr();
         return {"(NOT " + e.sql + ")", makeType(SqlType::Int, 4), ""};
@@ -153,6 +154,7 @@ Expr Parser::multiplicative()
 
 Expr Parser::unary()
 {
+    const Nesting level(m_depth);
     if (peek().op("-") || peek().op("+") || peek().op("~")) {
         const std::string op = next().text;
         Expr e = unary();
@@ -438,6 +440,7 @@ Expr Parser::caseExpr()
 // and "SELECT @v = ..." turns into a variable assignment.
 std::string Parser::selectStatement(Stmt* top)
 {
+    const Nesting level(m_depth);
     std::string limit;
     std::string sql = selectCore(top, limit);
     while (peek().is("UNION") || peek().is("EXCEPT") || peek().is("INTERSECT")) {

@@ -179,6 +179,17 @@ void Parser::expectOp(const char* o)
         syntaxError();
 }
 
+Parser::Nesting::Nesting(int& depth) : m_depth(depth)
+{
+    constexpr int kMaxNesting = 256;
+    if (++m_depth > kMaxNesting) {
+        --m_depth;
+        throw SqlError(191, 15,
+                       "Some part of your SQL statement is nested too deeply. Rewrite the query or break it "
+                       "up into smaller queries.");
+    }
+}
+
 void Parser::syntaxError() const
 {
     const Token* t = &peek();

@@ -61,6 +61,21 @@ private:
     };
     std::vector<Loop> m_loops;
     std::optional<ObjectName> m_selectInto; // SELECT ... INTO's new table
+    int m_depth = 0;                        // nesting of the statement being parsed
+
+    // One level of nesting for as long as it lives. A statement nested deeper than the
+    // stand-in parses is refused with error 191, as SQL Server refuses it, before the
+    // recursion can exhaust the stack and end the server.
+    class Nesting {
+    public:
+        explicit Nesting(int& depth);
+        ~Nesting() { --m_depth; }
+        Nesting(const Nesting&) = delete;
+        Nesting& operator=(const Nesting&) = delete;
+
+    private:
+        int& m_depth;
+    };
 
     // Tokens and names (TsqlParser.cpp)
     const Token& next() { return m_t[m_pos < m_t.size() - 1 ? m_pos++ : m_pos]; }

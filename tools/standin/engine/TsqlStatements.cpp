@@ -11,6 +11,7 @@ namespace standin::tsql {
 
 void Parser::parseStatement()
 {
+    const Nesting level(m_depth);
     const size_t before = m_out.size();
     parseStatementBody();
     if (!m_pending.empty() && m_out.size() > before) {

@@ -438,6 +438,8 @@ namespace {
 
 int64_t readLittle(ByteReader& r, size_t n, bool isSigned)
 {
+    if (n > 8)
+        throw ProtocolError("an integer parameter is longer than 8 bytes");
     uint64_t v = 0;
     const uint8_t* p = r.take(n);
     for (size_t i = 0; i < n; ++i)
@@ -780,9 +782,10 @@ void parseDateTime(const std::string& text, int64_t& daysSince1900, int64_t& mil
             throw std::invalid_argument("not a date and time: \"" + text + "\"");
         const char* rest = text.c_str() + consumed;
         if (*rest == ':') {
-            if (std::sscanf(rest + 1, "%2d", &s) != 1)
+            int used = 0;
+            if (std::sscanf(rest + 1, "%2d%n", &s, &used) != 1)
                 throw std::invalid_argument("not a date and time: \"" + text + "\"");
-            rest += 3;
+            rest += 1 + used; // one digit is as good as two: "10:20:3"
             if (*rest == '.') {
                 ++rest;
                 int digits = 0, frac = 0;

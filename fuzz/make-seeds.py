@@ -1,0 +1,211 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora of fuzz/corpus/: small, well-formed examples of what each parser
+reads, a few near misses, and every input that once crashed a parser (named crash-*).
+Run again after changing it; files it does not write (crash inputs copied in from a fuzzing
+run) are left alone."""
+
+import os
+import struct
+
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "corpus")
+
+
+def write(target, name, data):
+    folder = os.path.join(ROOT, target)
+    os.makedirs(folder, exist_ok=True)
+    if isinstance(data, str):
+        data = data.encode("utf-8")
+    with open(os.path.join(folder, name), "wb") as f:
+        f.write(data)
+
+
+def utf16(text):
+    return text.encode("utf-16-le")
+
+
+# --- registry file ------------------------------------------------------------------------
+INSTANCES = (
+    "Windows Registry Editor Version 5.00\r\n\r\n"
+    "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Microsoft SQL Server]\r\n"
+    '"InstalledInstances"=hex(7):4d,00,53,00,53,00,51,00,4c,00,53,00,45,00,52,00,56,00,\\\r\n'
+    "  45,00,52,00,00,00,56,00,45,00,4c,00,44,00,52,00,49,00,4e,00,00,00,00,00\r\n"
+    "\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Veldrin\\Labfolio\\10.0]\r\n"
+    '"Path"="C:\\\\Program Files\\\\Labfolio"\r\n'
+    '"Port"=dword:00000599\r\n'
+    '@="default \\"quoted\\""\r\n'
+    '"Bin"=hex:01,02,ff\r\n'
+    "; a comment\r\n[-HKEY_LOCAL_MACHINE\\SOFTWARE\\Gone]\r\n"
+    '"Deleted"=-\r\n'
+)
+write("RegistryFile", "instances-utf8.reg", INSTANCES)
+write("RegistryFile", "instances-utf16.reg", b"\xff\xfe" + utf16(INSTANCES))
+write("RegistryFile", "instances-utf8-bom.reg", b"\xef\xbb\xbf" + INSTANCES.encode())
+write("RegistryFile", "regedit4.reg",
+      'REGEDIT4\n\n[HKLM\\K]\n"E"=hex(2):25,41,25,00\n"M"=hex(7):41,00,42,00,00\n')
+write("RegistryFile", "crash-hex-byte-too-wide", bytes.fromhex("5b0a22223d6865783a3830303030303030"))
+write("RegistryFile", "crash-dword-not-hex", bytes.fromhex("5b0a22223d64776f72643a7a"))
+write("RegistryFile", "crash-dword-17-digits", '[\n""=dword:12345678901234567')
+write("RegistryFile", "crash-hex-type-not-hex", bytes.fromhex("5b0a22223d686578287a293a"))
+write("RegistryFile", "crash-utf16-hex-byte-too-wide",
+      bytes.fromhex("fffe5b000a00220022003d006800650078003a0064003000430045006500630064006500"))
+
+# --- text codec ---------------------------------------------------------------------------
+write("TextCodec", "ascii", utf16("SELECT 1"))
+write("TextCodec", "surrogate-pair", utf16("\U0001F9EA flask"))
+write("TextCodec", "unpaired-high", b"\x3d\xd8\x41\x00")
+write("TextCodec", "unpaired-low-at-end", b"\x41\x00\x00\xdc")
+write("TextCodec", "odd-length", b"\x41\x00\x42")
+write("TextCodec", "code-point-max", struct.pack("<I", 0x10FFFF))
+write("TextCodec", "code-point-beyond", struct.pack("<I", 0xFFFFFFFF))
+
+# --- SQL Browser answer -------------------------------------------------------------------
+def svr_resp(records):
+    body = "".join(";".join(f"{k};{v}" for k, v in r) + ";;" for r in records).encode()
+    return b"\x05" + struct.pack("<H", len(body)) + body
+
+
+VELDRIN = [("ServerName", "LAB1"), ("InstanceName", "VELDRIN"), ("IsClustered", "No"),
+           ("Version", "9.00.5000.00"), ("tcp", "49172")]
+DEFAULT = [("ServerName", "LAB1"), ("InstanceName", "MSSQLSERVER"), ("IsClustered", "No"),
+           ("Version", "9.00.5000.00"), ("tcp", "1433"), ("np", "\\\\LAB1\\pipe\\sql\\query")]
+write("SsrpResponse", "one-instance", svr_resp([VELDRIN]))
+write("SsrpResponse", "two-instances", svr_resp([DEFAULT, VELDRIN]))
+write("SsrpResponse", "no-tcp", svr_resp([VELDRIN[:4]]))
+write("SsrpResponse", "port-not-a-number", svr_resp([VELDRIN[:4] + [("tcp", "99999999999")]]))
+write("SsrpResponse", "size-too-large", svr_resp([VELDRIN])[:20])
+
+# --- server name --------------------------------------------------------------------------
+for i, name in enumerate(["(local)", ".", "", "localhost", "LAB1\\VELDRIN", "tcp:lab1,1433",
+                          "PC1\\VELDRIN\0PC1", "host,", "host\\", "host,99999999999",
+                          "(local)\\VELDRIN,1500", "tcp:"]):
+    write("ServerName", f"name-{i:02}", name)
+
+# --- osql ---------------------------------------------------------------------------------
+SCRIPT = "SELECT 1\r\nGO\r\n  go  \r\nCREATE TABLE t (x int)\nGO\nSELECT 'GO'\n"
+write("OsqlScript", "utf8", SCRIPT)
+write("OsqlScript", "utf8-bom", b"\xef\xbb\xbf" + SCRIPT.encode())
+write("OsqlScript", "utf16", b"\xff\xfe" + utf16(SCRIPT))
+write("OsqlScript", "utf16-odd", b"\xff\xfe" + utf16(SCRIPT)[:-1])
+write("OsqlScript", "only-go", "GO\nGO\n")
+for i, args in enumerate([["-E", "-S", "PC1\\VELDRIN", "-d", "master", "-i", "script.sql", "-n"],
+                          ["-Usa", "-P", "-S"], ["-Q", "SELECT 1", "-o", "out.txt"],
+                          ["-P"], ["-", "--", "-x"], ["-S(local)", "-Psecret", "-Uadmin"]]):
+    write("OsqlArguments", f"args-{i:02}", "\0".join(args))
+
+# --- stand-in TDS decoders ----------------------------------------------------------------
+def prelogin(options):
+    table_size = 5 * len(options) + 1
+    table, data = b"", b""
+    for opt, value in options:
+        table += struct.pack(">BHH", opt, table_size + len(data), len(value))
+        data += value
+    return table + b"\xff" + data
+
+
+write("TdsPreLogin", "freetds", prelogin([(0, b"\x09\x00\x00\x00\x00\x00"), (1, b"\x02"),
+                                          (2, b"VELDRIN\0"), (3, b"\x00\x00\x00\x00"), (4, b"\x00")]))
+write("TdsPreLogin", "empty-instance", prelogin([(0, b"\x07\x00\x00\x00\x00\x00"), (2, b"")]))
+write("TdsPreLogin", "option-past-end", b"\x01\x00\x10\x00\x10\xff")
+write("TdsPreLogin", "terminator-only", b"\xff")
+
+
+def login7(user="sa", password="secret", database="master", version=0x74000004):
+    fields = ["rawclient", user, password, "osql", "127.0.0.1", "", "ODBC", "", database]
+    header_size = 36 + 9 * 4 + 6 + 4 * 5
+    fixed = struct.pack("<IIIIII", 0, version, 4096, 7, 1234, 0) + bytes([0xE0, 0x03, 0, 0])
+    fixed += struct.pack("<II", 0, 0x409)
+    data = b""
+    for i, text in enumerate(fields):
+        raw = utf16(text)
+        if i == 2:
+            raw = bytes((((b << 4) | (b >> 4)) & 0xFF) ^ 0xA5 for b in raw)
+        fixed += struct.pack("<HH", header_size + len(data), len(raw) // 2)
+        data += raw
+    fixed += b"\0" * 6 + b"\0" * 20
+    whole = fixed + data
+    return struct.pack("<I", len(whole)) + whole[4:]
+
+
+write("TdsLogin7", "sql-login", login7())
+write("TdsLogin7", "tds71", login7(version=0x71000001))
+write("TdsLogin7", "no-database", login7(database=""))
+write("TdsLogin7", "truncated", login7()[:60])
+
+ALL_HEADERS = struct.pack("<IIHQI", 22, 18, 2, 0, 1)
+write("TdsSqlBatch", "tds74", b"\x03" + ALL_HEADERS + utf16("SELECT name FROM sys.databases"))
+write("TdsSqlBatch", "tds71", b"\x00" + utf16("SELECT 1"))
+write("TdsSqlBatch", "headers-too-long", b"\x01" + struct.pack("<I", 4000) + utf16("x"))
+write("TdsSqlBatch", "odd-text", b"\x01" + ALL_HEADERS + b"S\x00E")
+
+
+def param(name, type_info, value):
+    return bytes([len(name)]) + utf16(name) + b"\x00" + type_info + value
+
+
+COLLATION = b"\x09\x04\xd0\x00\x34"
+
+
+def nvarchar(text):
+    raw = utf16(text)
+    return b"\xe7" + struct.pack("<H", 8000) + COLLATION, struct.pack("<H", len(raw)) + raw
+
+
+def executesql(params):
+    return ALL_HEADERS + struct.pack("<HHH", 0xFFFF, 10, 0) + b"".join(params)
+
+
+stmt = nvarchar("SELECT @P1, @P2")
+defs = nvarchar("@P1 int, @P2 datetime")
+write("TdsRpc", "executesql-int", b"\x03" + executesql([
+    param("", *stmt), param("", *defs), param("@P1", b"\x26\x04", b"\x04" + struct.pack("<i", 42)),
+    param("@P2", b"\x6f\x08", b"\x08" + struct.pack("<iI", 45000, 300))]))
+write("TdsRpc", "by-name-tds71", b"\x00" + struct.pack("<H", 7) + utf16("sp_who2") + b"\x00\x00")
+write("TdsRpc", "null-int", b"\x02" + executesql([param("", *stmt), param("@P1", b"\x26\x04", b"\x00")]))
+write("TdsRpc", "decimal", b"\x03" + executesql([
+    param("@P1", b"\x6a\x11\x12\x02", b"\x05\x01" + struct.pack("<I", 12345))]))
+# An integer parameter that claims 9 bytes (wider than any integer type).
+write("TdsRpc", "crash-intn-nine-bytes", b"\x03" + executesql([
+    param("@P1", b"\x26\x1f", b"\x09" + bytes.fromhex("6c1101393039300000"))]))
+write("TdsRpc", "crash-as-reported", bytes.fromhex("040100010019000000261f096c1101393039300000"))
+
+
+def packet(type_, status, payload, packet_id=1):
+    return struct.pack(">BBHHBB", type_, status, 8 + len(payload), 0, packet_id, 0) + payload
+
+
+batch = ALL_HEADERS + utf16("SELECT 1")
+write("TdsPacketReader", "one-batch", packet(1, 1, batch))
+write("TdsPacketReader", "split-batch", packet(1, 0, batch[:10]) + packet(1, 1, batch[10:], 2))
+write("TdsPacketReader", "attention", packet(6, 1, b""))
+write("TdsPacketReader", "length-below-header", struct.pack(">BBHHBB", 1, 1, 4, 0, 1, 0))
+write("TdsPacketReader", "truncated", packet(1, 1, batch)[:12])
+write("TdsPacketReader", "crash-rpc-as-reported", bytes.fromhex("040100010019000000261f096c1101393039300000"))
+
+# --- stand-in T-SQL -----------------------------------------------------------------------
+TSQL = {
+    "select": "SELECT name, database_id FROM sys.databases WHERE name = N'Lab' ORDER BY 1",
+    "create": "CREATE TABLE [dbo].[t] (id int IDENTITY(1,1) PRIMARY KEY, n nvarchar(50) NOT NULL,"
+              " d datetime DEFAULT getdate())",
+    "insert": "INSERT INTO t (n) VALUES (N'it''s'); SELECT @@IDENTITY, SCOPE_IDENTITY()",
+    "comments": "/* outer /* nested */ still */ SELECT 1 -- done\nSELECT 0x0A1b, 1.5e3, $2",
+    "control": "DECLARE @v int; SET @v = 1; WHILE @v < 3 BEGIN SET @v = @v + 1 IF @v = 2 BREAK END",
+    "try": "BEGIN TRY SELECT 1/0 END TRY BEGIN CATCH SELECT ERROR_NUMBER() END CATCH",
+    "case": "SELECT CASE WHEN x > 1 THEN 'a' ELSE CONVERT(varchar(10), x) END FROM (SELECT 1 AS x) q",
+    "exec": "EXEC sp_executesql N'SELECT @a', N'@a int', @a = 1",
+    "backup": "BACKUP DATABASE Lab TO DISK = 'C:\\b\\Lab.bak' WITH INIT, STATS = 10",
+    "unterminated": "SELECT 'abc",
+    "crash-nested-parentheses": "SELECT " + "(" * 5000,
+}
+for name, text in TSQL.items():
+    write("TsqlLexer", name, text)
+    write("TsqlParser", name, text)
+write("TsqlParser", "parameters", "SELECT @a + @b\0@a int, @b nvarchar(10) OUTPUT, @c int = 0 OUTPUT")
+write("TsqlParser", "nested-not", "SELECT 1 WHERE " + "NOT " * 3000 + "1 = 1")
+write("TsqlParser", "nested-if", "IF 1 = 1 " * 3000 + "SELECT 1")
+
+# --- stand-in value text ------------------------------------------------------------------
+for name, text in {"datetime": "2024-02-29 13:45:12.123", "date": "1900-01-01", "t-minutes": "1899-12-31T23:59",
+                   "guid": "6F9619FF-8B86-D011-B42D-00C04FC964FF", "not-a-date": "yesterday",
+                   "crash-one-digit-seconds-year-1": "1-01-02 10:20:3",
+                   "crash-one-digit-seconds": "2020-01-02 10:20:1"}.items():
+    write("TdsValueText", name, text)
