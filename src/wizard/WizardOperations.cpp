@@ -1,21 +1,24 @@
 #include "WizardOperations.h"
 
+#include "DBMigrateProgressCtl.h"
 #include "LfError.h"
-#include "OfflineDatabase.h"
 #include "OfflinePermissions.h"
 #include "OfflineRemoval.h"
-#include "ServiceInstaller.h"
-#include "ShellFolders.h"
 #include "SystemInfo.h"
 
 #include <QCoreApplication>
 
 namespace {
 
-// Lets the window paint and Cancel ask while the engine waits for a server or the SQL tool.
+// Lets the window paint and Cancel ask while the engine waits for a server.
 void keepWindowAlive()
 {
     QCoreApplication::processEvents();
+}
+
+QString q(const std::string& text)
+{
+    return QString::fromStdString(text);
 }
 
 [[noreturn]] void unavailable(const std::string& component, const std::string& operation)
@@ -26,39 +29,41 @@ void keepWindowAlive()
 
 } // namespace
 
-WizardOperations::WizardOperations(Prompter& prompter, std::function<engine::LocalServerLogin()> frameLogin)
-    : m_prompter(prompter), m_frameLogin(std::move(frameLogin))
+WizardOperations::WizardOperations(DBMigrateProgressCtl& migrationPage, Prompter& prompter,
+                                   std::function<engine::LocalServerLogin()> frameLogin)
+    : m_migrationPage(migrationPage), m_prompter(prompter), m_frameLogin(std::move(frameLogin))
 {
 }
 
-void WizardOperations::ConfirmUser(std::string&, std::string&)
+void WizardOperations::ConfirmUser(std::string& serverName, std::string& databaseName)
 {
-    unavailable("DBMigrateProgressCtl", "ConfirmUser");
+    m_migrationPage.ConfirmUser(q(serverName), q(databaseName));
 }
 
-void WizardOperations::Migrate(const MigrationValues&)
+// The migration takes the three file paths of the service after the service name, and uses
+// none of them.
+void WizardOperations::Migrate(const MigrationValues& v)
 {
-    unavailable("DBMigrateProgressCtl", "Migrate");
+    m_migrationPage.Migrate(q(v.SrcServerName), q(v.SrcDBName), q(v.TargetServerName), q(v.TargetDBName),
+                            q(v.SrcMSTFilePath), q(v.TargetMSTFilePath), q(v.ServiceName), q(v.UDLPath),
+                            q(v.ServerConfigPath), q(v.ServiceConfigPath), q(v.BackupFilePath));
 }
 
 void WizardOperations::InstallServiceConfigurationFile(const std::string& serviceConfigPath,
                                                        const std::string& serverConfigPath,
                                                        const std::string& udlPath)
 {
-    engine::ServiceInstaller(ShellFolders::GetCommonAppDataFolder(), m_prompter, m_networkDrive)
-        .InstallServiceConfigurationFile(serviceConfigPath, serverConfigPath, udlPath);
+    m_migrationPage.InstallServiceConfigurationFile(q(serviceConfigPath), q(serverConfigPath), q(udlPath));
 }
 
 void WizardOperations::InstallDesktopService()
 {
-    engine::ServiceInstaller(ShellFolders::GetCommonAppDataFolder(), m_prompter, m_networkDrive)
-        .InstallDesktopService();
+    m_migrationPage.InstallDesktopService();
 }
 
 void WizardOperations::CreateOfflineDatabase()
 {
-    engine::OfflineDatabase(m_frameLogin(), engine::OfflineLocations{}, keepWindowAlive)
-        .CreateOfflineDatabase();
+    m_migrationPage.CreateOfflineDatabase(m_frameLogin());
 }
 
 void WizardOperations::GrantOfflinePermissions(const engine::LocalServerLogin& login)

@@ -1,19 +1,21 @@
 #pragma once
 
-#include "NetworkDrive.h"
 #include "TaskOperations.h"
 
 #include <functional>
 
+class DBMigrateProgressCtl;
 class Prompter;
 
-// The operations the task flows start, carried out by the engine: the service files, the
-// offline database and its grants and removal. Each runs to its end inside the call; the
-// window keeps painting meanwhile, and the flow ignores further clicks.
+// The operations the task flows start: the migration page's own operations (migration,
+// service files, offline database) and the frame's offline grants and removal. Each runs to
+// its end inside the call; the window keeps painting meanwhile, and the flow ignores further
+// clicks.
 class WizardOperations : public TaskOperations {
 public:
     // frameLogin gives the frame's local server and MSDE login when an operation starts.
-    WizardOperations(Prompter& prompter, std::function<engine::LocalServerLogin()> frameLogin);
+    WizardOperations(DBMigrateProgressCtl& migrationPage, Prompter& prompter,
+                     std::function<engine::LocalServerLogin()> frameLogin);
 
     void ConfirmUser(std::string& serverName, std::string& databaseName) override;
     void Migrate(const MigrationValues& values) override;
@@ -28,7 +30,7 @@ public:
                          const std::string& indexFolder) override;
 
 private:
+    DBMigrateProgressCtl& m_migrationPage;
     Prompter& m_prompter;
     std::function<engine::LocalServerLogin()> m_frameLogin;
-    engine::NetworkDrive m_networkDrive;
 };

@@ -2,6 +2,7 @@
 
 #include "ApplyLanguageFont.h"
 #include "BackupDirectoryCtl.h"
+#include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
 #include "MSTFileUpdateCtl.h"
@@ -137,13 +138,16 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mServiceNameCtl = makePage<ServiceNameCtl>("mServiceNameCtl", this);
     mServiceFileCtl = makePage<ServiceFileCtl>("mServiceFileCtl", this);
     mBackupDirectoryCtl = makePage<BackupDirectoryCtl>("mBackupDirectoryCtl", this);
+    mDBMigrateProgressCtl = makePage<DBMigrateProgressCtl>("mDBMigrateProgressCtl", m_prompter, this);
     for (WizardPage* page : pages())
         page->hide();
 
-    m_operations = std::make_unique<WizardOperations>(m_prompter, [this] {
+    m_operations = std::make_unique<WizardOperations>(*mDBMigrateProgressCtl, m_prompter, [this] {
         return engine::LocalServerLogin{LocalServerName(), ServerLoginName(), ServerLoginPWD()};
     });
     m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
+    connect(mDBMigrateProgressCtl, &DBMigrateProgressCtl::MigrationFinished, this,
+            [this] { m_flow->MigrationFinished(); });
     Form_Load();
 }
 
@@ -153,7 +157,7 @@ QList<WizardPage*> frmInstall::pages() const
 {
     return {mWelcomeCtl,         mTaskPickerCtl,      mSQLServerCtl,       mSQLDatabaseCtl,
             mMSTFileLocationCtl, mMSTFileUpdateCtl,   mServiceDirectoryCtl, mDBMigrateUpdateCtl,
-            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl};
+            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl, mDBMigrateProgressCtl};
 }
 
 void frmInstall::Form_Load()

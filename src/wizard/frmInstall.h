@@ -9,6 +9,7 @@
 #include <string>
 
 class BackupDirectoryCtl;
+class DBMigrateProgressCtl;
 class DBMigrateUpdateCtl;
 class MSTFileLocationCtl;
 class MSTFileUpdateCtl;
@@ -54,6 +55,7 @@ public:
     ServiceFileCtl* serviceFilePage() const { return mServiceFileCtl; }
     DBMigrateUpdateCtl* migrationSummaryPage() const { return mDBMigrateUpdateCtl; }
     MSTFileUpdateCtl* indexSummaryPage() const { return mMSTFileUpdateCtl; }
+    DBMigrateProgressCtl* migrationProgressPage() const { return mDBMigrateProgressCtl; }
 
     // Every page the frame hosts, for layout and for the rule that exactly one is visible.
     QList<WizardPage*> pages() const;
@@ -141,6 +143,7 @@ private:
     ServiceNameCtl* mServiceNameCtl;
     ServiceFileCtl* mServiceFileCtl;
     BackupDirectoryCtl* mBackupDirectoryCtl;
+    DBMigrateProgressCtl* mDBMigrateProgressCtl;
 
     WizardPage* m_shownPage = nullptr;
     std::unique_ptr<TaskOperations> m_operations;

@@ -3,6 +3,7 @@
 #include "frmInstall.h"
 
 #include "BackupDirectoryCtl.h"
+#include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
 #include "MSTFileUpdateCtl.h"
@@ -106,8 +107,10 @@ WizardPage* frmInstall::pageComponent(int16_t page, int32_t task) const
         if (task == MigrateDatabase)
             return mDBMigrateUpdateCtl;
         return task == RebuildIndex ? mMSTFileUpdateCtl : nullptr;
+    case ProgressPage:
+        return task == MigrateDatabase ? mDBMigrateProgressCtl : nullptr;
     default:
-        return nullptr; // the progress pages come with their operations
+        return nullptr;
     }
 }
 

@@ -14,11 +14,13 @@
 #include "frmInstall.h"
 #include "sqlserver_E2eSupport.h"
 
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -42,27 +44,51 @@ std::string machineRegistry(const fs::path& root)
            escaped + "\"\r\n\r\n";
 }
 
+// The user of the desktop database, in the form the wizard's caller account takes.
+std::string desktopUser()
+{
+    return clientHostName() + "\\alice";
+}
+
+// This computer's desktop instance, seeded with the desktop database and its user.
 StandinServer::Instance desktopInstance()
 {
     auto instance = StandinMachine::instance("VELDRIN", clientHostName());
-    instance.seedArguments = {""};
+    instance.seedArguments = {"--user", desktopUser() + ":admin"};
     return instance;
+}
+
+// The multi-user server on another machine (it names itself by the loopback address, which
+// this computer reaches).
+StandinServer::Instance multiUserInstance()
+{
+    return StandinMachine::instance("MULTIUSER", "127.0.0.1");
 }
 
 class WindowE2e : public ::testing::Test {
 protected:
-    WindowE2e()
-        : machine({desktopInstance()}), registry(machineRegistry(dir.path())),
+    explicit WindowE2e(std::vector<StandinServer::Instance> instances = {desktopInstance()},
+                       int progressStepMillis = 50)
+        : machine(std::move(instances), progressStepMillis), registry(machineRegistry(dir.path())),
           path("PATH", std::string(OSQL_DIR) + ":" + (std::getenv("PATH") ? std::getenv("PATH") : ""))
     {
         // The tool runs in a process of its own, where this computer has its real name.
         machine.system->computer = clientHostName();
+        machine.system->user = desktopUser();
         window = std::make_unique<frmInstall>(prompter);
         window->show();
         next();
     }
 
     QPushButton* button(const char* name) { return window->findChild<QPushButton*>(name); }
+    void type(const char* box, const std::string& text)
+    {
+        window->findChild<QLineEdit*>(box)->setText(QString::fromStdString(text));
+    }
+    void typeIn(const char* comboBox, const std::string& text)
+    {
+        window->findChild<QComboBox*>(comboBox)->setEditText(QString::fromStdString(text));
+    }
     std::string text(const char* label) { return window->findChild<QLabel*>(label)->text().toStdString(); }
     void next() { QTest::mouseClick(button("cmdNext"), Qt::LeftButton); }
     void choose(const char* option)
@@ -128,6 +154,114 @@ protected:
 };
 
 } // namespace
+
+// ---- migrate the desktop database to a multi-user server --------------------------------------
+
+class MigrationWindowE2e : public WindowE2e {
+protected:
+    explicit MigrationWindowE2e(int progressStepMillis = 50)
+        : WindowE2e({desktopInstance(), multiUserInstance()}, progressStepMillis)
+    {
+        fs::create_directories(appData());
+        for (const char* ext : {"mst", "msx", "mss", "msk", "msf"})
+            dir.write(std::string("appdata/Labfolio 10.0/Labfolio.") + ext, std::string(50000, ext[2]));
+        fs::create_directories(dir.path() / "share" / "index");
+        fs::create_directories(dir.path() / "share" / "backup");
+    }
+
+    // From the task picker to the migration summary, page by page.
+    void toMigrationSummary()
+    {
+        choose("mServeDatabaseOption");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::ServerPage) << prompterText();
+        typeIn("cmbServerList", "127.0.0.1\\MULTIUSER");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::DatabasePage) << prompterText();
+        typeIn("cmbDatabase", "Labfolio");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::IndexLocationPage) << prompterText();
+        type("mMSTFileLocationTextBox", index().string());
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::ServiceNamePage) << prompterText();
+        EXPECT_EQ(window->findChild<QLineEdit*>("Text1")->text(), "Labfolio");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::BackupFolderPage) << prompterText();
+        type("mBackupDirectoryTextBox", backup().string());
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage) << prompterText();
+        EXPECT_EQ(text("lblTop"), "Ready to Migrate Database");
+        EXPECT_EQ(button("cmdNext")->text(), "&Migrate");
+    }
+
+    std::string prompterText() const { return prompter.shown().empty() ? "" : prompter.shown().back().text; }
+    fs::path index() const { return dir.path() / "share" / "index"; }
+    fs::path backup() const { return dir.path() / "share" / "backup"; }
+};
+
+TEST_F(MigrationWindowE2e, MigratingPutsTheBackupAndTheIndexInTheSharedFoldersAndEndsOnItsResult)
+{
+    toMigrationSummary();
+    next();
+
+    expectResultPage();
+    EXPECT_EQ(text("lblTop"), "Migration Completed");
+    EXPECT_EQ(text("lblHeader"),
+              "The Multi-User Setup wizard has successfully migrated the database. Click Finish to exit the "
+              "wizard.");
+    EXPECT_EQ(text("lblBottom"), "");
+    EXPECT_TRUE(fs::exists(backup() / "Labfolio.bak"));
+    for (const char* ext : {"mst", "msx", "mss", "msk", "msf"})
+        EXPECT_EQ(fs::file_size(index() / (std::string("Labfolio.") + ext)), 50000u) << ext;
+    EXPECT_FALSE(fs::exists(appData() / "LFDesktop.BAK")) << "the working copy goes";
+    finishCloses();
+}
+
+class SlowMigrationWindowE2e : public MigrationWindowE2e {
+protected:
+    SlowMigrationWindowE2e() : MigrationWindowE2e(300) {}
+};
+
+TEST_F(SlowMigrationWindowE2e, StopDuringTheBackupEndsOnTheMigrationError)
+{
+    toMigrationSummary();
+    // The user presses Stop once the backup has begun to report.
+    QTimer stopper;
+    QObject::connect(&stopper, &QTimer::timeout, [&] {
+        if (window->findChild<QLabel*>("mMessageLabel")->text().contains("percent processed")) {
+            QTest::mouseClick(window->findChild<QPushButton*>("mStopButton"), Qt::LeftButton);
+            stopper.stop();
+        }
+    });
+    stopper.start(20);
+    next();
+
+    expectResultPage();
+    EXPECT_EQ(text("lblTop"), "Migration Aborted");
+    EXPECT_EQ(text("lblHeader"), "");
+    EXPECT_EQ(text("lblBottom"), "Sorry, The backup or restore was aborted. Operation was cancelled. BACKUP "
+                                 "DATABASE is terminating abnormally.");
+    EXPECT_FALSE(fs::exists(backup() / "Labfolio.bak"));
+    EXPECT_FALSE(fs::exists(index() / "Labfolio.mst"));
+    finishReturnsToTheTaskPicker(1);
+}
+
+TEST_F(MigrationWindowE2e, AnUnreachableServerIsReportedOnTheServerPage)
+{
+    choose("mServeDatabaseOption");
+    next();
+    ASSERT_EQ(window->CurrentPage(), frmInstall::ServerPage);
+    typeIn("cmbServerList", "127.0.0.1\\NOWHERE");
+    next();
+    EXPECT_EQ(window->CurrentPage(), frmInstall::ServerPage);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].title, "Error Clicking Next");
+    EXPECT_EQ(
+        prompter.shown()[0].text,
+        "Sorry, while testing whether the server \"127.0.0.1\\NOWHERE\" is a local server, SQL Server "
+        "\"127.0.0.1\\NOWHERE\" does not exist or access denied (the SQL Server Browser on \"127.0.0.1\" "
+        "does not know the instance)");
+}
 
 // ---- connect to an existing service ----------------------------------------------------------
 
