@@ -246,6 +246,28 @@ TEST_F(SlowMigrationWindowE2e, StopDuringTheBackupEndsOnTheMigrationError)
     finishReturnsToTheTaskPicker(1);
 }
 
+TEST_F(SlowMigrationWindowE2e, CancelDuringTheMigrationAsksAndOnYesClosesTheWindowAndStopsTheBackup)
+{
+    toMigrationSummary();
+    prompter.queueAnswer(MsgAnswer::Yes);
+    QTimer canceller;
+    QObject::connect(&canceller, &QTimer::timeout, [&] {
+        if (window->findChild<QLabel*>("mMessageLabel")->text().contains("percent processed")) {
+            QTest::mouseClick(button("cmdCancel"), Qt::LeftButton);
+            canceller.stop();
+        }
+    });
+    canceller.start(20);
+    next();
+
+    ASSERT_FALSE(prompter.shown().empty());
+    EXPECT_EQ(prompter.shown()[0].text, "Are you sure you want to exit Labfolio Multi-User Setup?");
+    EXPECT_EQ(prompter.shown()[0].buttons, MsgButtons::YesNo);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_FALSE(fs::exists(backup() / "Labfolio.bak"));
+    EXPECT_FALSE(fs::exists(appData() / "LFDesktop.BAK")) << "the working copy goes";
+}
+
 TEST_F(MigrationWindowE2e, AnUnreachableServerIsReportedOnTheServerPage)
 {
     choose("mServeDatabaseOption");
