@@ -5,7 +5,6 @@
 #include "IndexFileChoice.h"
 #include "LfError.h"
 #include "Molecule.h"
-#include "MoleculeFromCDXML.h"
 #include "SQLServerUtils.h"
 
 IndexRebuild::IndexRebuild(ChemistryLibrary& library) : m_library(library) {}
@@ -18,11 +17,14 @@ void IndexRebuild::Open(const std::string& serverName, const std::string& databa
     m_databaseName = databaseName;
     m_indexFilePath = ChooseIndexFile(folder);
     m_index.OpenOrCreate(m_indexFilePath, 0);
-    m_connection =
-        sqlserver::OpenConnection(SQLServerUtils::BuildTrustedConnectionString(serverName, databaseName));
+    const std::string connectionString =
+        SQLServerUtils::BuildTrustedConnectionString(serverName, databaseName);
+    m_connection = sqlserver::OpenConnection(connectionString);
+    m_writer = std::make_unique<IdentifierWriter>(sqlserver::OpenConnection(connectionString));
     auto count = m_connection->OpenForward("SELECT COUNT(*) FROM ELN_chemical_structures");
     m_count = count->IsEOF() ? 0 : count->Field(0).toInt();
     count->Close();
+    m_parser = std::make_unique<ParseAhead>(m_library);
     readPage();
 }
 
@@ -38,7 +40,8 @@ void IndexRebuild::readPage()
     for (; !rs->IsEOF(); rs->MoveNext(), ++n) {
         // A null or empty column is an empty structure.
         const auto& field = rs->Field(0);
-        m_rows.push_back({rs->Field(2).toInt(), field.actualSize() >= 1 ? field.toText() : std::string()});
+        m_rows.push_back({rs->Field(2).toInt(),
+                          m_parser->Submit(field.actualSize() >= 1 ? field.toText() : std::string())});
     }
     rs->Close();
     if (n > 0) {
@@ -55,20 +58,20 @@ bool IndexRebuild::AtEnd() const
 
 int IndexRebuild::ProcessSlice(int maxRows)
 {
-    std::vector<std::pair<int64_t, int32_t>> done;
+    IdentifierWriter::Identifiers done;
     done.reserve(static_cast<size_t>(maxRows));
     auto save = [&] {
         m_index.Commit();
-        writeBack(done);
+        m_writer->Post(done);
     };
     try {
         while (static_cast<int>(done.size()) < maxRows) {
-            if (m_rows.empty() && !m_lastPage)
+            if (m_rows.size() < kPageRows / 2 && !m_lastPage)
                 readPage();
             if (m_rows.empty())
                 break;
-            const Row& row = m_rows.front();
-            std::unique_ptr<Molecule> molecule = MoleculeFromCDXML(m_library, row.cdxml);
+            Row& row = m_rows.front();
+            std::unique_ptr<Molecule> molecule = row.molecule.get();
             m_index.AddMolecule(molecule.get(), 0);
             done.emplace_back(row.key, m_index.LastIdentifier());
             m_rows.pop_front();
@@ -85,22 +88,16 @@ int IndexRebuild::ProcessSlice(int maxRows)
     return static_cast<int>(done.size());
 }
 
-void IndexRebuild::writeBack(const std::vector<std::pair<int64_t, int32_t>>& identifiers)
-{
-    if (identifiers.empty())
-        return;
-    std::string cases, keys;
-    for (const auto& [key, id] : identifiers) {
-        cases += " WHEN " + std::to_string(key) + " THEN " + std::to_string(id);
-        keys += (keys.empty() ? "" : ", ") + std::to_string(key);
-    }
-    m_connection->Execute("UPDATE ELN_chemical_structures SET MOL_ID = CASE primary_key" + cases +
-                          " END WHERE primary_key IN (" + keys + ")");
-}
-
 void IndexRebuild::Finish()
 {
     m_index.Flush();
+    m_writer->Wait();
+}
+
+void IndexRebuild::WaitForWrites()
+{
+    if (m_writer)
+        m_writer->Wait();
 }
 
 std::shared_ptr<DrawingApplication> IndexRebuild::GetDrawingApplication()

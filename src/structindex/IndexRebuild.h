@@ -2,14 +2,18 @@
 
 #include <cstdint>
 #include <deque>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "IdentifierWriter.h"
+#include "ParseAhead.h"
 #include "StructureIndex.h"
 
 class ChemistryLibrary;
 class DrawingApplication;
+class Molecule;
 namespace sqlserver {
 class Connection;
 }
@@ -19,10 +23,12 @@ class Connection;
 // the index gives it is written back into the row's MOL_ID. The caller drives it in slices.
 //
 // Rows are read in keyset pages ("WHERE primary_key > last"), a few slices at a time, so memory
-// does not grow with the table and no result stays open on the connection between slices; the
-// connection is then free for the slice's MOL_ID update. Each slice ends by committing the index
-// and then writing the slice's identifiers, so that a row carries an identifier only once the
-// index holds its structure, and a stop between slices loses nothing already processed.
+// does not grow with the table and no result stays open on the server between slices. The
+// structures of the rows read are parsed ahead on a worker thread (ParseAhead); slices still
+// take them in primary-key order. Each slice commits the index, then hands its identifiers to
+// the IdentifierWriter, whose own connection writes them back while the next slices run. Each slice ends
+// by committing the index and then writing the slice's identifiers, so that a row carries an identifier only
+// once the index holds its structure, and a stop between slices loses nothing already processed.
 class IndexRebuild {
 public:
     explicit IndexRebuild(ChemistryLibrary& library);
@@ -38,8 +44,10 @@ public:
     // processed before the failure keep their identifiers).
     int ProcessSlice(int maxRows);
     bool AtEnd() const;
-    // After the last slice: makes sure the index is on the disk.
+    // After the last slice: makes sure the index is on the disk and every identifier written.
     void Finish();
+    // Waits until the identifiers of the slices done so far are written back; raises LfError.
+    void WaitForWrites();
 
     // The attached drawing application, else the one this rebuild started (kept until released).
     std::shared_ptr<DrawingApplication> GetDrawingApplication();
@@ -52,16 +60,16 @@ public:
     const std::string& databaseName() const { return m_databaseName; }
     const StructureIndex& index() const { return m_index; }
 
-    // Rows read per page; a few slices' worth.
+    // Rows read per page; a few slices' worth. The next page is read when fewer than half a
+    // page of rows is left, so the worker always has structures to parse.
     static constexpr int kPageRows = 100;
 
 private:
     struct Row {
         int64_t key;
-        std::string cdxml;
+        std::future<std::unique_ptr<Molecule>> molecule;
     };
     void readPage();
-    void writeBack(const std::vector<std::pair<int64_t, int32_t>>& identifiers);
 
     ChemistryLibrary& m_library;
     std::string m_databaseName;
@@ -69,6 +77,8 @@ private:
     StructureIndex m_index;
     std::unique_ptr<sqlserver::Connection> m_connection;
     std::shared_ptr<DrawingApplication> m_drawingApplication;
+    std::unique_ptr<IdentifierWriter> m_writer;
+    std::unique_ptr<ParseAhead> m_parser; // declared after what its tasks use, so it goes first
     std::deque<Row> m_rows;
     int64_t m_lastKey = 0;
     bool m_anyRead = false;

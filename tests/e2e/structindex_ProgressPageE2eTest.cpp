@@ -1,4 +1,6 @@
 // MSTFileProgressCtl on the offscreen platform, rebuilding against the stand-in.
+#include <optional>
+
 #include <QApplication>
 #include <QFile>
 #include <QProgressBar>
@@ -24,6 +26,9 @@ protected:
     TempDir indexFolder;
     TempDir cache;
     ScopedEnv cacheHome{"XDG_CACHE_HOME", cache.str()};
+    // The library the page uses; it outlives the page, whose worker may still be reading.
+    std::shared_ptr<FakeChemistryLibrary> fake = std::make_shared<FakeChemistryLibrary>();
+    std::optional<ScopedChemistryLibraryOverride> chemistry;
     MSTFileProgressCtl page;
     QSignalSpy finished{&page, &MSTFileProgressCtl::BuildFinished};
     std::vector<LfError> failures;
@@ -124,8 +129,7 @@ TEST_F(ProgressPageE2e, NullAndEmptyStructuresGetIdentifiersWithoutATemporaryFil
     const std::string empty;
     desk.addRow(nullptr);
     desk.addRow(&empty);
-    auto fake = std::make_shared<FakeChemistryLibrary>();
-    ScopedChemistryLibraryOverride chemistry(fake);
+    chemistry.emplace(fake);
     start();
     ASSERT_TRUE(finished.wait(10000));
     EXPECT_TRUE(fake->reads.empty());
@@ -142,7 +146,7 @@ TEST_F(ProgressPageE2e, AMissingChemistryLibraryFailsAtTheFirstStructureAndLeave
     desk.addRow(nullptr);
     const std::string cdxml = structureLines(1);
     desk.addRow(&cdxml);
-    ScopedChemistryLibraryOverride chemistry(LoadChemistryLibrary((cache.path() / "absent.so").string()));
+    chemistry.emplace(LoadChemistryLibrary((cache.path() / "absent.so").string()));
     start(); // the library is not needed before the first structure
     QTRY_VERIFY_WITH_TIMEOUT(!failures.empty(), 10000);
     ASSERT_EQ(failures.size(), 1u);
@@ -163,8 +167,7 @@ TEST_F(ProgressPageE2e, AMissingChemistryLibraryFailsAtTheFirstStructureAndLeave
 TEST_F(ProgressPageE2e, TheDrawingApplicationThePageStartedIsReleasedByStop)
 {
     StructureDesktop desk(25);
-    auto fake = std::make_shared<FakeChemistryLibrary>();
-    ScopedChemistryLibraryOverride chemistry(fake);
+    chemistry.emplace(fake);
     start();
     EXPECT_EQ(fake->drawingApplicationsStarted, 1);
     EXPECT_TRUE(page.rebuild()->holdsDrawingApplication());

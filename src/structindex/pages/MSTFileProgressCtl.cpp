@@ -55,15 +55,29 @@ void MSTFileProgressCtl::onTick()
             return;
         m_rebuild->Finish();
     } catch (const LfError& error) {
-        Stop();
+        halt();
         emit BuildFailed(error);
         return;
     }
-    Stop();
+    halt();
     emit BuildFinished();
 }
 
 void MSTFileProgressCtl::Stop()
+{
+    const bool running = mTimer->isActive();
+    halt();
+    if (!running || !m_rebuild)
+        return;
+    // The identifiers of the slices done are being written back; a stop keeps them.
+    try {
+        m_rebuild->WaitForWrites();
+    } catch (const LfError& error) {
+        emit BuildFailed(error);
+    }
+}
+
+void MSTFileProgressCtl::halt()
 {
     if (m_rebuild)
         m_rebuild->ReleaseDrawingApplication();

@@ -27,7 +27,8 @@ public:
     void Initialize(const QString& SQLServerName, const QString& DatabaseName, const QString& MSTFilePath);
 
     // The Stop button: releases the drawing application this page started and stops the
-    // timer for good. Rows already processed keep their identifiers; no event is raised.
+    // timer for good. Rows already processed keep their identifiers (it waits until they are
+    // written back); no event is raised, unless writing them back fails (BuildFailed).
     void Stop();
 
     // The rebuild under way (for the frame's summary and for tests); none before Initialize.
@@ -46,6 +47,8 @@ protected:
 
 private:
     void onTick();
+    // The stop operation itself: drawing application released, timer and button off.
+    void halt();
     void layoutControls();
 
     QProgressBar* prgStatus;
