@@ -58,7 +58,6 @@ public:
     int64_t structureCount() const { return m_count; }
     const std::string& indexFilePath() const { return m_indexFilePath; }
     const std::string& databaseName() const { return m_databaseName; }
-    const StructureIndex& index() const { return m_index; }
 
     // Rows read per page; a few slices' worth. The next page is read when fewer than half a
     // page of rows is left, so the worker always has structures to parse.
