@@ -19,41 +19,17 @@ void IndexRebuild::Open(const std::string& serverName, const std::string& databa
     m_index.OpenOrCreate(m_indexFilePath, 0);
     const std::string connectionString =
         SQLServerUtils::BuildTrustedConnectionString(serverName, databaseName);
-    m_connection = sqlserver::OpenConnection(connectionString);
-    m_writer = std::make_unique<IdentifierWriter>(sqlserver::OpenConnection(connectionString));
-    auto count = m_connection->OpenForward("SELECT COUNT(*) FROM ELN_chemical_structures");
+    auto connection = sqlserver::OpenConnection(connectionString);
+    auto count = connection->OpenForward("SELECT COUNT(*) FROM ELN_chemical_structures");
     m_count = count->IsEOF() ? 0 : count->Field(0).toInt();
     count->Close();
-    m_parser = std::make_unique<ParseAhead>(m_library);
-    readPage();
+    m_writer = std::make_unique<IdentifierWriter>(sqlserver::OpenConnection(connectionString));
+    m_rows = std::make_unique<StructureStream>(m_library, std::move(connection));
 }
 
-void IndexRebuild::readPage()
+bool IndexRebuild::AtEnd()
 {
-    std::string sql = "SELECT TOP " + std::to_string(kPageRows) +
-                      " CDXML, MOL_ID, primary_key FROM ELN_chemical_structures ";
-    if (m_anyRead)
-        sql += "WHERE primary_key > " + std::to_string(m_lastKey) + " ";
-    sql += "ORDER by primary_key";
-    auto rs = m_connection->OpenForward(sql);
-    int n = 0;
-    for (; !rs->IsEOF(); rs->MoveNext(), ++n) {
-        // A null or empty column is an empty structure.
-        const auto& field = rs->Field(0);
-        m_rows.push_back({rs->Field(2).toInt(),
-                          m_parser->Submit(field.actualSize() >= 1 ? field.toText() : std::string())});
-    }
-    rs->Close();
-    if (n > 0) {
-        m_lastKey = m_rows.back().key;
-        m_anyRead = true;
-    }
-    m_lastPage = n < kPageRows;
-}
-
-bool IndexRebuild::AtEnd() const
-{
-    return m_rows.empty() && m_lastPage;
+    return m_rows->AtEnd();
 }
 
 int IndexRebuild::ProcessSlice(int maxRows)
@@ -66,15 +42,11 @@ int IndexRebuild::ProcessSlice(int maxRows)
     };
     try {
         while (static_cast<int>(done.size()) < maxRows) {
-            if (m_rows.size() < kPageRows / 2 && !m_lastPage)
-                readPage();
-            if (m_rows.empty())
+            std::optional<StructureStream::Row> row = m_rows->Next();
+            if (!row)
                 break;
-            Row& row = m_rows.front();
-            std::unique_ptr<Molecule> molecule = row.molecule.get();
-            m_index.AddMolecule(molecule.get(), 0);
-            done.emplace_back(row.key, m_index.LastIdentifier());
-            m_rows.pop_front();
+            m_index.AddMolecule(row->molecule.get(), 0);
+            done.emplace_back(row->key, m_index.LastIdentifier());
         }
     } catch (const LfError&) {
         try {
