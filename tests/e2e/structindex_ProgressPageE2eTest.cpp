@@ -175,6 +175,28 @@ TEST_F(ProgressPageE2e, TheDrawingApplicationThePageStartedIsReleasedByStop)
     EXPECT_FALSE(page.rebuild()->holdsDrawingApplication());
 }
 
+TEST_F(ProgressPageE2e, ARunningDrawingApplicationIsUsedAndNotKept)
+{
+    StructureDesktop desk(5);
+    fake->drawingApplicationRuns = true;
+    chemistry.emplace(fake);
+    start();
+    EXPECT_EQ(fake->drawingApplicationsStarted, 0);
+    EXPECT_FALSE(page.rebuild()->holdsDrawingApplication());
+    ASSERT_TRUE(finished.wait(10000));
+}
+
+TEST_F(ProgressPageE2e, ADrawingApplicationThatCannotStartFailsInitialize)
+{
+    StructureDesktop desk(5);
+    fake->drawingApplicationFails = true;
+    chemistry.emplace(fake);
+    EXPECT_THROW(start(), LfError);
+    EXPECT_FALSE(timer()->isActive());
+    QTest::qWait(100);
+    EXPECT_EQ(finished.count(), 0);
+}
+
 TEST_F(ProgressPageE2e, InitializeRaisesWhenTheIndexCannotBeMade)
 {
     StructureDesktop desk(0);

@@ -52,6 +52,7 @@ public:
     uint32_t createError = 0;
     std::string createErrorText = "cannot create object";
     bool drawingApplicationRuns = false;
+    bool drawingApplicationFails = false; // it cannot be started
     int drawingApplicationsStarted = 0;
     std::vector<std::string> reads; // temporary files the molecules read
 
@@ -67,6 +68,8 @@ public:
     }
     std::shared_ptr<DrawingApplication> CreateDrawingApplication() override
     {
+        if (drawingApplicationFails)
+            throw LfError(kCannotCreateObject, "Sketchwell.Application", "cannot create object");
         ++drawingApplicationsStarted;
         return std::make_shared<DrawingApplication>();
     }

@@ -42,8 +42,14 @@ void MSTFileProgressCtl::Initialize(const QString& SQLServerName, const QString&
     if (m_rebuild->structureCount() > 0)
         prgStatus->setMaximum(static_cast<int>(m_rebuild->structureCount()));
     mTimer->start();
-    // Only makes sure a drawing application runs while structures are converted.
-    m_rebuild->GetDrawingApplication();
+    // Only makes sure a drawing application runs while structures are converted. When none can
+    // be started the error goes to the frame, and no tick runs behind its message.
+    try {
+        m_rebuild->GetDrawingApplication();
+    } catch (const LfError&) {
+        halt();
+        throw;
+    }
 }
 
 void MSTFileProgressCtl::onTick()
