@@ -1,7 +1,7 @@
 #include "WizardOperations.h"
 
 #include "DBMigrateProgressCtl.h"
-#include "LfError.h"
+#include "MSTFileProgressCtl.h"
 #include "OfflinePermissions.h"
 #include "OfflineRemoval.h"
 #include "SystemInfo.h"
@@ -21,17 +21,12 @@ QString q(const std::string& text)
     return QString::fromStdString(text);
 }
 
-[[noreturn]] void unavailable(const std::string& component, const std::string& operation)
-{
-    throw LfError(LfError::kObjectError513, component + "." + operation,
-                  "the operation \"" + operation + "\" is not available in this build of the wizard");
-}
-
 } // namespace
 
-WizardOperations::WizardOperations(DBMigrateProgressCtl& migrationPage, Prompter& prompter,
-                                   std::function<engine::LocalServerLogin()> frameLogin)
-    : m_migrationPage(migrationPage), m_prompter(prompter), m_frameLogin(std::move(frameLogin))
+WizardOperations::WizardOperations(DBMigrateProgressCtl& migrationPage, MSTFileProgressCtl& indexPage,
+                                   Prompter& prompter, std::function<engine::LocalServerLogin()> frameLogin)
+    : m_migrationPage(migrationPage), m_indexPage(indexPage), m_prompter(prompter),
+      m_frameLogin(std::move(frameLogin))
 {
 }
 
@@ -78,7 +73,8 @@ bool WizardOperations::RemoveOfflineDatabase(const engine::LocalServerLogin& log
                .RemoveOfflineDatabase() == engine::OfflineRemovalResult::Removed;
 }
 
-void WizardOperations::StartIndexBuild(const std::string&, const std::string&, const std::string&)
+void WizardOperations::StartIndexBuild(const std::string& serverName, const std::string& databaseName,
+                                       const std::string& indexFolder)
 {
-    unavailable("MSTFileProgressCtl", "Initialize");
+    m_indexPage.Initialize(q(serverName), q(databaseName), q(indexFolder));
 }

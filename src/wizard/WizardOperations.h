@@ -5,16 +5,18 @@
 #include <functional>
 
 class DBMigrateProgressCtl;
+class MSTFileProgressCtl;
 class Prompter;
 
 // The operations the task flows start: the migration page's own operations (migration,
-// service files, offline database) and the frame's offline grants and removal. Each runs to
+// service files, offline database), the index rebuild of its page, and the frame's offline
+// grants and removal. Each runs to
 // its end inside the call; the window keeps painting meanwhile, and the flow ignores further
 // clicks.
 class WizardOperations : public TaskOperations {
 public:
     // frameLogin gives the frame's local server and MSDE login when an operation starts.
-    WizardOperations(DBMigrateProgressCtl& migrationPage, Prompter& prompter,
+    WizardOperations(DBMigrateProgressCtl& migrationPage, MSTFileProgressCtl& indexPage, Prompter& prompter,
                      std::function<engine::LocalServerLogin()> frameLogin);
 
     void ConfirmUser(std::string& serverName, std::string& databaseName) override;
@@ -31,6 +33,7 @@ public:
 
 private:
     DBMigrateProgressCtl& m_migrationPage;
+    MSTFileProgressCtl& m_indexPage;
     Prompter& m_prompter;
     std::function<engine::LocalServerLogin()> m_frameLogin;
 };

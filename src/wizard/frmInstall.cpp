@@ -5,6 +5,7 @@
 #include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
+#include "MSTFileProgressCtl.h"
 #include "MSTFileUpdateCtl.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
@@ -139,15 +140,19 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mServiceFileCtl = makePage<ServiceFileCtl>("mServiceFileCtl", this);
     mBackupDirectoryCtl = makePage<BackupDirectoryCtl>("mBackupDirectoryCtl", this);
     mDBMigrateProgressCtl = makePage<DBMigrateProgressCtl>("mDBMigrateProgressCtl", m_prompter, this);
+    mMSTFileProgressCtl = makePage<MSTFileProgressCtl>("mMSTFileProgressCtl", this);
     for (WizardPage* page : pages())
         page->hide();
 
-    m_operations = std::make_unique<WizardOperations>(*mDBMigrateProgressCtl, m_prompter, [this] {
-        return engine::LocalServerLogin{LocalServerName(), ServerLoginName(), ServerLoginPWD()};
-    });
+    m_operations = std::make_unique<WizardOperations>(
+        *mDBMigrateProgressCtl, *mMSTFileProgressCtl, m_prompter,
+        [this] { return engine::LocalServerLogin{LocalServerName(), ServerLoginName(), ServerLoginPWD()}; });
     m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
     connect(mDBMigrateProgressCtl, &DBMigrateProgressCtl::MigrationFinished, this,
             [this] { m_flow->MigrationFinished(); });
+    connect(mMSTFileProgressCtl, &MSTFileProgressCtl::BuildFinished, this, [this] { m_flow->BuildFinished(); });
+    connect(mMSTFileProgressCtl, &MSTFileProgressCtl::BuildFailed, this,
+            [this](const LfError& error) { m_flow->BuildFailed(error); });
     Form_Load();
 }
 
@@ -157,7 +162,8 @@ QList<WizardPage*> frmInstall::pages() const
 {
     return {mWelcomeCtl,         mTaskPickerCtl,      mSQLServerCtl,       mSQLDatabaseCtl,
             mMSTFileLocationCtl, mMSTFileUpdateCtl,   mServiceDirectoryCtl, mDBMigrateUpdateCtl,
-            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl, mDBMigrateProgressCtl};
+            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl, mDBMigrateProgressCtl,
+            mMSTFileProgressCtl};
 }
 
 void frmInstall::Form_Load()

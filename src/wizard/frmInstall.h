@@ -12,6 +12,7 @@ class BackupDirectoryCtl;
 class DBMigrateProgressCtl;
 class DBMigrateUpdateCtl;
 class MSTFileLocationCtl;
+class MSTFileProgressCtl;
 class MSTFileUpdateCtl;
 class Prompter;
 class QFrame;
@@ -56,6 +57,7 @@ public:
     DBMigrateUpdateCtl* migrationSummaryPage() const { return mDBMigrateUpdateCtl; }
     MSTFileUpdateCtl* indexSummaryPage() const { return mMSTFileUpdateCtl; }
     DBMigrateProgressCtl* migrationProgressPage() const { return mDBMigrateProgressCtl; }
+    MSTFileProgressCtl* indexProgressPage() const { return mMSTFileProgressCtl; }
 
     // Every page the frame hosts, for layout and for the rule that exactly one is visible.
     QList<WizardPage*> pages() const;
@@ -144,6 +146,7 @@ private:
     ServiceFileCtl* mServiceFileCtl;
     BackupDirectoryCtl* mBackupDirectoryCtl;
     DBMigrateProgressCtl* mDBMigrateProgressCtl;
+    MSTFileProgressCtl* mMSTFileProgressCtl;
 
     WizardPage* m_shownPage = nullptr;
     std::unique_ptr<TaskOperations> m_operations;

@@ -6,6 +6,7 @@
 #include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
+#include "MSTFileProgressCtl.h"
 #include "MSTFileUpdateCtl.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
@@ -108,7 +109,9 @@ WizardPage* frmInstall::pageComponent(int16_t page, int32_t task) const
             return mDBMigrateUpdateCtl;
         return task == RebuildIndex ? mMSTFileUpdateCtl : nullptr;
     case ProgressPage:
-        return task == MigrateDatabase ? mDBMigrateProgressCtl : nullptr;
+        if (task == MigrateDatabase)
+            return mDBMigrateProgressCtl;
+        return task == RebuildIndex ? mMSTFileProgressCtl : nullptr;
     default:
         return nullptr;
     }

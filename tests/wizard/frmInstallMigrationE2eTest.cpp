@@ -2,6 +2,8 @@
 // stand-in: migrating the desktop database to the multi-user server.
 #include "WindowE2eFixture.h"
 
+#include "DBMigrateProgressCtl.h"
+
 #include <QTimer>
 
 namespace fs = std::filesystem;
@@ -81,8 +83,12 @@ TEST_F(SlowMigrationWindowE2e, StopDuringTheBackupEndsOnTheMigrationError)
     // The user presses Stop once the backup has begun to report.
     QTimer stopper;
     QObject::connect(&stopper, &QTimer::timeout, [&] {
-        if (window->findChild<QLabel*>("mMessageLabel")->text().contains("percent processed")) {
-            QTest::mouseClick(window->findChild<QPushButton*>("mStopButton"), Qt::LeftButton);
+        if (window->migrationProgressPage()
+                ->findChild<QLabel*>("mMessageLabel")
+                ->text()
+                .contains("percent processed")) {
+            QTest::mouseClick(window->migrationProgressPage()->findChild<QPushButton*>("mStopButton"),
+                              Qt::LeftButton);
             stopper.stop();
         }
     });
@@ -105,7 +111,10 @@ TEST_F(SlowMigrationWindowE2e, CancelDuringTheMigrationAsksAndOnYesClosesTheWind
     prompter.queueAnswer(MsgAnswer::Yes);
     QTimer canceller;
     QObject::connect(&canceller, &QTimer::timeout, [&] {
-        if (window->findChild<QLabel*>("mMessageLabel")->text().contains("percent processed")) {
+        if (window->migrationProgressPage()
+                ->findChild<QLabel*>("mMessageLabel")
+                ->text()
+                .contains("percent processed")) {
             QTest::mouseClick(button("cmdCancel"), Qt::LeftButton);
             canceller.stop();
         }
