@@ -71,6 +71,14 @@ protected:
         // The tool runs in a process of its own, where this computer has its real name.
         machine.system->computer = clientHostName();
         machine.system->user = desktopUser();
+        std::filesystem::create_directories(index());
+        std::filesystem::create_directories(backup());
+        restart();
+    }
+
+    // A new window on its task picker, as when the wizard is started again.
+    void restart()
+    {
         window = std::make_unique<frmInstall>(prompter);
         window->show();
         next();
@@ -98,6 +106,35 @@ protected:
         next();
         ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
     }
+
+    // From the task picker to the migration summary, page by page.
+    void toMigrationSummary()
+    {
+        choose("mServeDatabaseOption");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::ServerPage) << prompterText();
+        typeIn("cmbServerList", "127.0.0.1\\MULTIUSER");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::DatabasePage) << prompterText();
+        typeIn("cmbDatabase", "Labfolio");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::IndexLocationPage) << prompterText();
+        type("mMSTFileLocationTextBox", index().string());
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::ServiceNamePage) << prompterText();
+        EXPECT_EQ(window->findChild<QLineEdit*>("Text1")->text(), "Labfolio");
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::BackupFolderPage) << prompterText();
+        type("mBackupDirectoryTextBox", backup().string());
+        next();
+        ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage) << prompterText();
+        EXPECT_EQ(text("lblTop"), "Ready to Migrate Database");
+        EXPECT_EQ(button("cmdNext")->text(), "&Migrate");
+    }
+
+    std::string prompterText() const { return prompter.shown().empty() ? "" : prompter.shown().back().text; }
+    std::filesystem::path index() const { return dir.path() / "share" / "index"; }
+    std::filesystem::path backup() const { return dir.path() / "share" / "backup"; }
 
     std::filesystem::path appData() const { return dir.path() / "appdata" / "Labfolio 10.0"; }
     std::set<std::string> databases()

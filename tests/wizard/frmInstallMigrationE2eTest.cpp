@@ -18,38 +18,7 @@ protected:
         fs::create_directories(appData());
         for (const char* ext : {"mst", "msx", "mss", "msk", "msf"})
             dir.write(std::string("appdata/Labfolio 10.0/Labfolio.") + ext, std::string(50000, ext[2]));
-        fs::create_directories(dir.path() / "share" / "index");
-        fs::create_directories(dir.path() / "share" / "backup");
     }
-
-    // From the task picker to the migration summary, page by page.
-    void toMigrationSummary()
-    {
-        choose("mServeDatabaseOption");
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::ServerPage) << prompterText();
-        typeIn("cmbServerList", "127.0.0.1\\MULTIUSER");
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::DatabasePage) << prompterText();
-        typeIn("cmbDatabase", "Labfolio");
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::IndexLocationPage) << prompterText();
-        type("mMSTFileLocationTextBox", index().string());
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::ServiceNamePage) << prompterText();
-        EXPECT_EQ(window->findChild<QLineEdit*>("Text1")->text(), "Labfolio");
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::BackupFolderPage) << prompterText();
-        type("mBackupDirectoryTextBox", backup().string());
-        next();
-        ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage) << prompterText();
-        EXPECT_EQ(text("lblTop"), "Ready to Migrate Database");
-        EXPECT_EQ(button("cmdNext")->text(), "&Migrate");
-    }
-
-    std::string prompterText() const { return prompter.shown().empty() ? "" : prompter.shown().back().text; }
-    fs::path index() const { return dir.path() / "share" / "index"; }
-    fs::path backup() const { return dir.path() / "share" / "backup"; }
 };
 
 class SlowMigrationWindowE2e : public MigrationWindowE2e {

@@ -23,10 +23,13 @@ StandinServer::Instance structureDesktop()
 
 class RebuildWindowE2e : public WindowE2e {
 protected:
-    RebuildWindowE2e() : WindowE2e({structureDesktop()}) { fs::create_directories(index()); }
+    explicit RebuildWindowE2e(std::vector<StandinServer::Instance> instances = {structureDesktop()})
+        : WindowE2e(std::move(instances))
+    {
+    }
 
     // From the task picker to the rebuild's summary, page by page.
-    void toRebuildSummary()
+    void toRebuildSummary(const fs::path& indexFolder)
     {
         choose("mRebuildMolIDsOption");
         next();
@@ -37,7 +40,7 @@ protected:
         typeIn("cmbDatabase", "LFDesktop10");
         next();
         ASSERT_EQ(window->CurrentPage(), frmInstall::IndexLocationPage);
-        type("mMSTFileLocationTextBox", index().string());
+        type("mMSTFileLocationTextBox", indexFolder.string());
         next();
         ASSERT_EQ(window->CurrentPage(), frmInstall::SummaryPage);
         EXPECT_EQ(text("lblTop"), "Ready to Build the MST File");
@@ -64,17 +67,21 @@ protected:
         return ids;
     }
 
-    fs::path index() const { return dir.path() / "share" / "index"; }
-
     TempDir cache;
     ScopedEnv cacheHome{"XDG_CACHE_HOME", cache.path().string()};
+};
+
+// The demonstration machine's two instances.
+class RebuildAndMigrateWindowE2e : public RebuildWindowE2e {
+protected:
+    RebuildAndMigrateWindowE2e() : RebuildWindowE2e({structureDesktop(), multiUserInstance()}) {}
 };
 
 } // namespace
 
 TEST_F(RebuildWindowE2e, RebuildingTheIndexNumbersEveryStructureAndEndsOnItsResult)
 {
-    toRebuildSummary();
+    toRebuildSummary(index());
     next();
     EXPECT_EQ(text("lblTop"), "Building MST File");
     EXPECT_EQ(text("lblBottom"), "Build in Progress...");
@@ -95,7 +102,7 @@ TEST_F(RebuildWindowE2e, RebuildingTheIndexNumbersEveryStructureAndEndsOnItsResu
 
 TEST_F(RebuildWindowE2e, AServerThatStopsBeforeBuildEndsOnTheRebuildError)
 {
-    toRebuildSummary();
+    toRebuildSummary(index());
     machine.server.stop();
     next();
     ASSERT_TRUE(waitForResult());
@@ -107,4 +114,28 @@ TEST_F(RebuildWindowE2e, AServerThatStopsBeforeBuildEndsOnTheRebuildError)
                                      "\\VELDRIN\" does not exist or access denied (the SQL Server Browser on "
                                      "\"127.0.0.1\" does not know the instance).");
     finishReturnsToTheTaskPicker(5);
+}
+
+// Where the desktop program has left no structure index, the wizard's own rebuild makes it in
+// the shared application-data folder, and the migration then carries it to the index folder.
+TEST_F(RebuildAndMigrateWindowE2e, TheRebuiltDesktopIndexIsWhatTheMigrationCopies)
+{
+    fs::create_directories(appData());
+    toRebuildSummary(appData());
+    next();
+    ASSERT_TRUE(waitForResult());
+    ASSERT_EQ(text("lblTop"), "Build Completed");
+    finishCloses();
+
+    restart();
+    toMigrationSummary();
+    next();
+    expectResultPage();
+    EXPECT_EQ(text("lblTop"), "Migration Completed") << text("lblBottom");
+    for (const char* ext : {"mst", "msx", "mss", "msk", "msf"}) {
+        const std::string name = std::string("Labfolio.") + ext;
+        ASSERT_TRUE(fs::exists(appData() / name)) << name;
+        EXPECT_EQ(fs::file_size(index() / name), fs::file_size(appData() / name)) << name;
+    }
+    EXPECT_TRUE(fs::exists(backup() / "Labfolio.bak"));
 }
