@@ -115,7 +115,7 @@ void TaskFlow::RunCreateOffline()
 {
     writeRunningHeader("Create Offline Database", "Offline Database Creation In Progress...");
     m_currentPage = TaskFlowView::ProgressPage;
-    m_operations.CreateOfflineDatabase();
+    m_operations.CreateOfflineDatabase(localServerLogin());
     m_operations.GrantOfflinePermissions(localServerLogin());
     const std::string bottom;
     showResult(

@@ -26,7 +26,9 @@ public:
                                                  const std::string& udlPath) = 0;
     virtual void InstallDesktopService() = 0;
 
-    virtual void CreateOfflineDatabase() = 0;
+    // Creates the offline database on the frame's local server, through its MSDE login when it
+    // holds one.
+    virtual void CreateOfflineDatabase(const engine::LocalServerLogin& login) = 0;
     // Grants the offline users access to the offline database on the local instance that holds
     // it, through the frame's MSDE login when it holds one: the built-in group on English
     // machines, elsewhere a group the user names. Says itself when no instance holds it.

@@ -24,9 +24,8 @@ QString q(const std::string& text)
 } // namespace
 
 WizardOperations::WizardOperations(DBMigrateProgressCtl& migrationPage, MSTFileProgressCtl& indexPage,
-                                   Prompter& prompter, std::function<engine::LocalServerLogin()> frameLogin)
-    : m_migrationPage(migrationPage), m_indexPage(indexPage), m_prompter(prompter),
-      m_frameLogin(std::move(frameLogin))
+                                   Prompter& prompter)
+    : m_migrationPage(migrationPage), m_indexPage(indexPage), m_prompter(prompter)
 {
 }
 
@@ -56,9 +55,9 @@ void WizardOperations::InstallDesktopService()
     m_migrationPage.InstallDesktopService();
 }
 
-void WizardOperations::CreateOfflineDatabase()
+void WizardOperations::CreateOfflineDatabase(const engine::LocalServerLogin& login)
 {
-    m_migrationPage.CreateOfflineDatabase(m_frameLogin());
+    m_migrationPage.CreateOfflineDatabase(login);
 }
 
 void WizardOperations::GrantOfflinePermissions(const engine::LocalServerLogin& login)

@@ -144,9 +144,7 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     for (WizardPage* page : pages())
         page->hide();
 
-    m_operations = std::make_unique<WizardOperations>(
-        *mDBMigrateProgressCtl, *mMSTFileProgressCtl, m_prompter,
-        [this] { return engine::LocalServerLogin{LocalServerName(), ServerLoginName(), ServerLoginPWD()}; });
+    m_operations = std::make_unique<WizardOperations>(*mDBMigrateProgressCtl, *mMSTFileProgressCtl, m_prompter);
     m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
     connect(mDBMigrateProgressCtl, &DBMigrateProgressCtl::MigrationFinished, this,
             [this] { m_flow->MigrationFinished(); });

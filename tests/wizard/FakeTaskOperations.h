@@ -41,7 +41,10 @@ public:
         record("InstallServiceConfigurationFile", {serviceConfigPath, serverConfigPath, udlPath});
     }
     void InstallDesktopService() override { record("InstallDesktopService", {}); }
-    void CreateOfflineDatabase() override { record("CreateOfflineDatabase", {}); }
+    void CreateOfflineDatabase(const engine::LocalServerLogin& login) override
+    {
+        record("CreateOfflineDatabase", {login.serverName, login.user, login.password});
+    }
     void GrantOfflinePermissions(const engine::LocalServerLogin& login) override
     {
         record("GrantOfflinePermissions", {login.serverName, login.user, login.password});

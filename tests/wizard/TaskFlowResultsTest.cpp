@@ -184,8 +184,8 @@ TEST_F(TaskFlowResultsTest, CreatingTheOfflineDatabaseGrantsOnTheInstanceThatHol
     flow.Next();
     EXPECT_EQ(top, "Create Offline Database");
     EXPECT_EQ(header, "Offline Database Creation In Progress...");
-    EXPECT_EQ(operations.calls,
-              (std::vector<std::string>{"CreateOfflineDatabase()", "GrantOfflinePermissions((local)||)"}));
+    EXPECT_EQ(operations.calls, (std::vector<std::string>{"CreateOfflineDatabase((local)||)",
+                                                          "GrantOfflinePermissions((local)||)"}));
     EXPECT_EQ(view.top(), "Database Creation Completed");
     EXPECT_EQ(view.header(),
               "The Multi-User Setup wizard has successfully created your offline database. Click "
@@ -213,10 +213,10 @@ protected:
     }
 };
 
-TEST_F(OfflineWithMsdeLogin, TheGrantsUseIt)
+TEST_F(OfflineWithMsdeLogin, TheCreationAndTheGrantsUseIt)
 {
     run(V::CreateOffline);
-    EXPECT_EQ(operations.calls, (std::vector<std::string>{"CreateOfflineDatabase()",
+    EXPECT_EQ(operations.calls, (std::vector<std::string>{"CreateOfflineDatabase(PC1\\VELDRIN|sa|pw)",
                                                           "GrantOfflinePermissions(PC1\\VELDRIN|sa|pw)"}));
     EXPECT_EQ(view.top(), "Database Creation Completed");
 }
