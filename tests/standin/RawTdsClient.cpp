@@ -207,8 +207,13 @@ std::vector<RawToken> RawTdsClient::parseTokens(const Bytes& payload)
                 r.u8();
             } else if (t.wireType >= 0x29 && t.wireType <= 0x2B) {
                 t.scale = r.u8();
+            } else if (t.wireType == 0xE7) {
+                r.u16();
+                r.skip(5); // collation
+                t.data = r.bytes(r.u16());
+                break;
             } else {
-                throw std::runtime_error("RawTdsClient reads int and time return values only");
+                throw std::runtime_error("RawTdsClient reads int, time and nvarchar return values only");
             }
             const uint8_t size = r.u8();
             t.data = r.bytes(size);

@@ -3,7 +3,7 @@
 // A bare TDS client over a socket, for tests that must see packets and tokens exactly as the
 // server sends them (flush timing, attention acknowledgements, malformed input). It understands
 // the tokens that carry no row data: messages, ENVCHANGE, LOGINACK, RETURNSTATUS, RETURNVALUE
-// (int, time, datetime2, datetimeoffset) and the three DONE tokens.
+// (int, time, datetime2, datetimeoffset, nvarchar) and the three DONE tokens.
 
 #include "TdsBytes.h"
 
