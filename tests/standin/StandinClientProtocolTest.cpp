@@ -59,8 +59,8 @@ void intParameter(ByteWriter& w, const std::string& name, std::optional<int32_t>
 
 // A time (0x29) or datetimeoffset (0x2B) parameter: the scale, then the value's length and
 // bytes (none for NULL).
-void temporalParameter(ByteWriter& w, const std::string& name, uint8_t type, uint8_t scale, const Bytes& value,
-                       bool output = false)
+void temporalParameter(ByteWriter& w, const std::string& name, uint8_t type, uint8_t scale,
+                       const Bytes& value, bool output = false)
 {
     w.bVarChar(name);
     w.u8(output ? 1 : 0);
@@ -326,8 +326,9 @@ TEST_F(StandinClientProtocolTest, TimeAndDateTimeOffsetParametersComeBackWithThe
     for (const Case& c : cases) {
         const std::string t = "time(" + std::to_string(c.timeScale) + ")";
         const std::string o = "datetimeoffset(" + std::to_string(c.offsetScale) + ")";
-        ByteWriter w = executeSqlCall("SET @tout = @t; SET @oout = @o",
-                                      "@t " + t + ", @o " + o + ", @tout " + t + " OUTPUT, @oout " + o + " OUTPUT");
+        ByteWriter w =
+            executeSqlCall("SET @tout = @t; SET @oout = @o",
+                           "@t " + t + ", @o " + o + ", @tout " + t + " OUTPUT, @oout " + o + " OUTPUT");
         temporalParameter(w, "@t", 0x29, c.timeScale, c.time);
         temporalParameter(w, "@o", 0x2B, c.offsetScale, c.offset);
         temporalParameter(w, "@tout", 0x29, c.timeScale, {}, true);

@@ -16,8 +16,9 @@ SQLSMALLINT columnType(OdbcStatement& s, SQLUSMALLINT column)
     SQLCHAR name[64];
     SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
     SQLULEN size = 0;
-    s.check(SQLDescribeCol(s.handle(), column, name, sizeof name, &nameLength, &type, &size, &digits, &nullable),
-            "SQLDescribeCol");
+    s.check(
+        SQLDescribeCol(s.handle(), column, name, sizeof name, &nameLength, &type, &size, &digits, &nullable),
+        "SQLDescribeCol");
     return type;
 }
 
@@ -47,10 +48,11 @@ TEST(StandinTemporalTypes, ColumnsKeepTheirTypesScalesAndOffsets)
     OdbcStatement p(c);
     char time[] = "11:12:13.4567", offset[] = "2024-02-29 23:30:00.25";
     SQLLEN nts = SQL_NTS;
-    p.check(SQLBindParameter(p.handle(), 1, SQL_PARAM_INPUT, SQL_C_CHAR, kSqlServerTime, 16, 4, time, 0, &nts),
-            "SQLBindParameter");
-    p.check(SQLBindParameter(p.handle(), 2, SQL_PARAM_INPUT, SQL_C_CHAR, kSqlServerDateTimeOffset, 34, 2, offset, 0,
-                             &nts),
+    p.check(
+        SQLBindParameter(p.handle(), 1, SQL_PARAM_INPUT, SQL_C_CHAR, kSqlServerTime, 16, 4, time, 0, &nts),
+        "SQLBindParameter");
+    p.check(SQLBindParameter(p.handle(), 2, SQL_PARAM_INPUT, SQL_C_CHAR, kSqlServerDateTimeOffset, 34, 2,
+                             offset, 0, &nts),
             "SQLBindParameter");
     p.execute("INSERT INTO Clock.dbo.t (k, t, o) VALUES (3, ?, ?)");
     const auto sent = s.query("SELECT t, o FROM Clock.dbo.t WHERE k = 3");

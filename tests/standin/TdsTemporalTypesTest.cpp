@@ -116,8 +116,8 @@ TEST(TdsTemporalTypes, EveryScaleRoundTrips)
         const std::string digits = scale > 0 ? "." + fraction.substr(0, scale) : "";
         for (SqlType type : {SqlType::Time, SqlType::DateTimeOffset}) {
             const ColumnInfo c = temporalColumn(type, scale);
-            const std::string text = type == SqlType::Time ? "23:59:58" + digits
-                                                           : "0001-01-02 00:30:00" + digits + " +14:00";
+            const std::string text =
+                type == SqlType::Time ? "23:59:58" + digits : "0001-01-02 00:30:00" + digits + " +14:00";
             Bytes wire = typeInfo(c, kTds74);
             const Bytes v = value(c, text);
             wire.insert(wire.end(), v.begin(), v.end());

@@ -504,7 +504,8 @@ void EngineSession::streamRows(SqliteStmt& st, const Stmt& s, ResultSink& sink)
         for (int i = 0; i < n; ++i) {
             const ColumnInfo& c = columns[static_cast<size_t>(i)];
             Value v = columnValue(st.get(), i);
-            if ((c.type == SqlType::DateTime || c.type == SqlType::Time || c.type == SqlType::DateTimeOffset) &&
+            if ((c.type == SqlType::DateTime || c.type == SqlType::Time ||
+                 c.type == SqlType::DateTimeOffset) &&
                 std::holds_alternative<std::string>(v)) {
                 // Dates and times are stored as written; they leave in SQL Server's one format.
                 try {

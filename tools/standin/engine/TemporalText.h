@@ -17,9 +17,8 @@ constexpr int64_t kTicksPerDay = 86400 * kTicksPerSecond;
 // A moment as read from text; days count from 0001-01-01 (1900-01-01 when no date was given).
 struct Moment {
     int64_t days = 0;
-    int64_t ticks = 0;       // since midnight, local to the offset
-    int offsetMinutes = 0;   // east of UTC
-    bool hasOffset = false;
+    int64_t ticks = 0;     // since midnight, local to the offset
+    int offsetMinutes = 0; // east of UTC; 0 when the text gives none
 };
 
 inline int64_t daysFromCivil(int64_t y, unsigned m, unsigned d)
@@ -101,15 +100,12 @@ inline bool parseMoment(const std::string& text, Moment& out)
         }
         r.ticks = ((h * 60LL + mi) * 60 + s) * kTicksPerSecond + fraction;
     }
-    if (m[8].matched) {
-        r.hasOffset = true;
-    } else if (m[9].matched) {
+    if (m[9].matched) {
         const int oh = std::stoi(m[10]);
         const int om = std::stoi(m[11]);
         if (oh > 14 || om > 59 || oh * 60 + om > 14 * 60)
             return false;
         r.offsetMinutes = (m[9] == "-" ? -1 : 1) * (oh * 60 + om);
-        r.hasOffset = true;
     }
     out = r;
     return true;
@@ -162,7 +158,8 @@ inline std::string dateTimeOffsetText(const Moment& moment, int scale)
     normalizeDay(days, ticks);
     const int offset = moment.offsetMinutes < 0 ? -moment.offsetMinutes : moment.offsetMinutes;
     char zone[16];
-    std::snprintf(zone, sizeof zone, " %c%02d:%02d", moment.offsetMinutes < 0 ? '-' : '+', offset / 60, offset % 60);
+    std::snprintf(zone, sizeof zone, " %c%02d:%02d", moment.offsetMinutes < 0 ? '-' : '+', offset / 60,
+                  offset % 60);
     return formatDate(days) + " " + formatTime(ticks, scale) + zone;
 }
 

@@ -198,7 +198,8 @@ void writeTemporal(ByteWriter& w, const ColumnInfo& c, const Value& value)
     ticks -= m.offsetMinutes * 60 * temporal::kTicksPerSecond;
     temporal::normalizeDay(days, ticks);
     if (days < 0 || days > temporal::daysSince0001(9999, 12, 31))
-        throw std::invalid_argument("a datetimeoffset outside the years 1 to 9999: \"" + asText(value) + "\"");
+        throw std::invalid_argument("a datetimeoffset outside the years 1 to 9999: \"" + asText(value) +
+                                    "\"");
     w.u8(static_cast<uint8_t>(timeBytes(c.scale) + 5));
     writeTimeUnits(w, ticks, c.scale);
     for (int i = 0; i < 3; ++i)
