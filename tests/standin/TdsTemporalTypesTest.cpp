@@ -130,8 +130,9 @@ TEST(TdsTemporalTypes, EveryScaleRoundTrips)
 
 TEST(TdsTemporalTypes, MalformedTimesAreProtocolErrors)
 {
-    // A length that does not fit the scale, and more units than one day holds.
-    for (const Bytes& wire : {Bytes{0x29, 7, 3, 0, 0, 0}, Bytes{0x29, 0, 3, 0x80, 0x51, 0x01}}) {
+    // A length that does not fit the scale, more units than one day holds, a day after 9999.
+    for (const Bytes& wire : {Bytes{0x29, 7, 3, 0, 0, 0}, Bytes{0x29, 0, 3, 0x80, 0x51, 0x01},
+                              Bytes{0x2B, 0, 8, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0, 0}}) {
         ByteReader r(wire);
         const WireType t = readTypeInfo(r);
         EXPECT_THROW(readValue(r, t), ProtocolError);

@@ -655,6 +655,8 @@ Value readValue(ByteReader& r, const WireType& t)
         if (t.type == TimeN)
             return temporal::formatTime(m.ticks, t.scale);
         m.days = readLittle(r, 3, false);
+        if (m.days > temporal::daysSince0001(9999, 12, 31))
+            throw ProtocolError("a date parameter lies after the year 9999");
         if (t.type == DateTime2N)
             return formatDateTime(m.days + kDay0001 - kDay1900, m.ticks / 10000);
         // Sent as UTC with the offset beside it; the text shows the time where it was written.
