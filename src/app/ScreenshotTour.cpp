@@ -1,18 +1,24 @@
 #include "ScreenshotTour.h"
 
 #include "LfError.h"
+#include "Prompter.h"
 #include "QtPrompter.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
 #include "SQLServerUtils.h"
 #include "TaskPickerCtl.h"
 #include "ServerManager.h"
+#include "ServiceFile.h"
+#include "TaskFlow.h"
 #include "frmInstall.h"
 #include "frmUserInfo.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QPixmap>
 #include <QPushButton>
@@ -21,6 +27,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -51,7 +58,95 @@ void fillDatabasePage(frmInstall& window)
     }
 }
 
-}  // namespace
+// Answers every question of a task the tour carries out with its safe choice (No, Cancel) and
+// prints it, so that no dialog waits for a person.
+class TourPrompter : public Prompter {
+public:
+    MsgAnswer messageBox(const std::string& text, MsgButtons buttons, MsgIcon,
+                         const std::string& title) override
+    {
+        std::printf("asked \"%s\": %s\n", title.c_str(), text.c_str());
+        switch (buttons) {
+        case MsgButtons::YesNo:
+            return MsgAnswer::No;
+        case MsgButtons::OKCancel:
+            return MsgAnswer::Cancel;
+        default:
+            return MsgAnswer::OK;
+        }
+    }
+    std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
+                                        const std::string&) override
+    {
+        std::printf("asked \"%s\": %s\n", title.c_str(), prompt.c_str());
+        return std::nullopt;
+    }
+};
+
+// Carries a task from its summary to its result page, in a window of its own, and saves that
+// page: the task's result where this machine can carry it out, its error result where not.
+bool saveTaskResult(const QString& folder, const QString& name, const char* option,
+                    const std::function<void(frmInstall&)>& prepare = {})
+{
+    TourPrompter prompter;
+    frmInstall window(prompter);
+    window.show();
+    window.cmdNext_Click();
+    window.taskPickerPage()->findChild<QRadioButton*>(option)->setChecked(true);
+    if (prepare)
+        prepare(window);
+    window.flow().ShowSummaryPage();
+    window.cmdNext_Click();
+    std::printf("%s: %s\n", qPrintable(name), qPrintable(window.findChild<QLabel*>("lblTop")->text()));
+    return save(window, folder, name);
+}
+
+// The result page a progress page's completion event leads to, in a window of its own: the
+// picture of that page, not of a migration or build carried out.
+bool saveCompletion(const QString& folder, const QString& name,
+                    const std::function<void(TaskFlow&)>& complete)
+{
+    TourPrompter prompter;
+    frmInstall window(prompter);
+    window.show();
+    window.cmdNext_Click();
+    complete(window.flow());
+    return save(window, folder, name);
+}
+
+void chooseServiceFile(frmInstall& window, const std::string& path)
+{
+    window.findChild<QLineEdit*>("mServiceFileLocationTextBox")->setText(QString::fromStdString(path));
+}
+
+// Every task's result page, and the error results.
+int saveResults(const QString& folder)
+{
+    int saved = 0;
+    saved += saveCompletion(folder, "09-result-migration", [](TaskFlow& flow) { flow.MigrationFinished(); });
+    saved += saveCompletion(folder, "09-result-rebuild", [](TaskFlow& flow) { flow.BuildFinished(); });
+
+    // A service of the tour's own, written by the wizard's writers, and one whose server
+    // configuration file is missing.
+    QTemporaryDir share;
+    const std::string root = share.path().toStdString();
+    try {
+        engine::WriteServiceFile(root + "/Tour.lfsvc", "Tour", "Desktop", "", "ScreenshotTour");
+        engine::WriteServiceFile(root + "/Broken.lfsvc", "Broken", "Client/Server",
+                                 root + "/MissingConfig.xml", "ScreenshotTour");
+    } catch (const LfError& e) {
+        std::printf("could not write the tour's service files: %s\n", e.description().c_str());
+    }
+    saved += saveTaskResult(folder, "09-result-connect-service", "mConnectOption",
+                            [&](frmInstall& w) { chooseServiceFile(w, root + "/Tour.lfsvc"); });
+    saved += saveTaskResult(folder, "09-error-connect-service", "mConnectOption",
+                            [&](frmInstall& w) { chooseServiceFile(w, root + "/Broken.lfsvc"); });
+    saved += saveTaskResult(folder, "09-result-create-offline", "mCreateOfflineOption");
+    saved += saveTaskResult(folder, "09-result-remove-offline", "mRemoveOfflineOption");
+    return saved;
+}
+
+} // namespace
 
 int SaveScreenshots(frmInstall& window, const QString& folder)
 {
@@ -65,7 +160,8 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     // Pages the tour shows directly, whichever task would lead there.
     window.serverPage()->CheckList();
     window.flow().ShowServerPage();
-    if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton"); rescan && rescan->isVisible()) {
+    if (auto* rescan = window.serverPage()->findChild<QPushButton*>("mRescanButton");
+        rescan && rescan->isVisible()) {
         // A probing scan, pictured while it runs: after its first answer, or a few seconds.
         QEventLoop wait;
         QObject::connect(window.serverPage(), &SQLServerCtl::probeApplied, &wait, &QEventLoop::quit);
@@ -113,6 +209,7 @@ int SaveScreenshots(frmInstall& window, const QString& folder)
     window.cmdNext_Click();
     saved += save(window, folder, "09-result-connect-desktop");
     window.cmdDone_Click();
+    saved += saveResults(folder);
 
     QtPrompter prompter(&window);
     frmUserInfo login(prompter, &window);

@@ -4,10 +4,9 @@
 #include "PathUtils.h"
 #include "Prompter.h"
 #include "ServerManager.h"
+#include "ServiceFile.h"
 #include "ShellFolders.h"
 #include "TaskOperations.h"
-
-#include <pugixml.hpp>
 
 #include <filesystem>
 #include <functional>
@@ -338,14 +337,9 @@ void TaskFlow::nextOnServiceFile()
     const std::string path = m_view.ServiceFilePath();
     if (path.empty())
         return refuse("Please provide a location to the service file!", "Service File Path");
-    pugi::xml_document document;
-    const pugi::xml_parse_result parsed = document.load_file(path.c_str());
-    if (!parsed)
-        return refuse("The file \"" + path + "\" is not a wellformed XML file (" + parsed.description() +
-                          ").",
-                      "Service File Path");
-    if (std::string(document.document_element().name()) != "service")
-        return refuse("The file \"" + path + "\" is not a recognized service file.", "Service File Path");
+    const engine::ServiceFileCheck check = engine::CheckServiceFile(path);
+    if (!check)
+        return refuse(check.message, "Service File Path");
     m_view.HidePageComponents();
     ShowSummaryPage();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LocalServerLogin.h"
 #include "MigrationValues.h"
 #include "TaskFlowView.h"
 
@@ -109,7 +110,7 @@ private:
     void RunCreateOffline();
     void RunBuildIndex();
     void RemoveOfflineDatabase();
-    void grantOfflinePermissions();
+    engine::LocalServerLogin localServerLogin() const;
     void showResult(const std::string& top, const std::string& header, const std::string* bottom);
     void showErrorResult(int32_t task, const std::string& description);
 

@@ -2,10 +2,8 @@
 // error result, Finish and Cancel.
 #include "TaskFlow.h"
 
-#include "LanguageUtils.h"
 #include "LfError.h"
 #include "Prompter.h"
-#include "SQLServerUtils.h"
 #include "TaskOperations.h"
 #include "Version.h"
 
@@ -13,15 +11,6 @@ namespace {
 
 using Label = TaskFlowView::Label;
 using Button = TaskFlowView::Button;
-
-std::string trimmed(const std::string& text)
-{
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return {};
-    const auto last = text.find_last_not_of(" \t");
-    return text.substr(first, last - first + 1);
-}
 
 // The error result's title by task; the misspellings and trailing colons are the product's.
 const char* abortedTitle(int32_t task)
@@ -126,41 +115,14 @@ void TaskFlow::RunCreateOffline()
 {
     writeRunningHeader("Create Offline Database", "Offline Database Creation In Progress...");
     m_currentPage = TaskFlowView::ProgressPage;
-    m_operations.CreateOfflineDatabase();
-    grantOfflinePermissions();
+    m_operations.CreateOfflineDatabase(localServerLogin());
+    m_operations.GrantOfflinePermissions(localServerLogin());
     const std::string bottom;
     showResult(
         "Database Creation Completed",
         "The Multi-User Setup wizard has successfully created your offline database. Click Finish to exit "
         "the wizard.",
         &bottom);
-}
-
-// Where the built-in group has its English name it is granted directly; elsewhere the
-// administrator names the group.
-void TaskFlow::grantOfflinePermissions()
-{
-    const std::string server = findLocalServerWithDatabase(kOfflineDatabaseName);
-    if (server.empty()) {
-        m_prompter.messageBox("No Offline database can be found", MsgButtons::OK, MsgIcon::Critical, "Error");
-        return;
-    }
-    const std::string connection =
-        m_serverLoginName.empty() ? SQLServerUtils::BuildTrustedConnectionString(server, kOfflineDatabaseName)
-                                  : SQLServerUtils::BuildLoginConnectionString(
-                                        server, kOfflineDatabaseName, m_serverLoginName, m_serverLoginPWD);
-    std::string group = "BUILTIN\\users";
-    if (!LanguageUtils::IsEnglishLocale()) {
-        group =
-            trimmed(m_prompter
-                        .inputBox("Please provide a valid Windows group name that will be used for assigning "
-                                  "offline database permission.",
-                                  "Windows user group name", "Winows group Name")
-                        .value_or(""));
-        if (group.empty())
-            return;
-    }
-    m_operations.GrantOfflinePermissions(connection, group);
 }
 
 void TaskFlow::RunBuildIndex()
@@ -176,9 +138,16 @@ void TaskFlow::RunBuildIndex()
     m_operations.StartIndexBuild(m_view.ServerName(), m_view.DatabaseName(), m_view.IndexPath());
 }
 
+// The frame's local server and MSDE login, as the offline operations take them.
+engine::LocalServerLogin TaskFlow::localServerLogin() const
+{
+    return {m_localServerName, m_serverLoginName, m_serverLoginPWD};
+}
+
 void TaskFlow::RemoveOfflineDatabase()
 {
-    if (m_operations.RemoveOfflineDatabase(m_serverLoginName, m_serverLoginPWD))
+    m_currentPage = TaskFlowView::ProgressPage;
+    if (m_operations.RemoveOfflineDatabase(localServerLogin()))
         showResult("Offline Database Removal Completed",
                    "The offline database has been removed. Click Finish to exit the wizard.", nullptr);
     else

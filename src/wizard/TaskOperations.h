@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LocalServerLogin.h"
 #include "MigrationValues.h"
 
 #include <string>
@@ -25,16 +26,16 @@ public:
                                                  const std::string& udlPath) = 0;
     virtual void InstallDesktopService() = 0;
 
-    virtual void CreateOfflineDatabase() = 0;
-    // Grants the group access to the offline database through the connection string's
-    // connection: login, database user "OfflineUsers", reader and writer roles.
-    virtual void GrantOfflinePermissions(const std::string& connectionString,
-                                         const std::string& groupName) = 0;
-    // Removes the offline database and its login; serverLoginName and serverLoginPWD are the
-    // MSDE login (empty: Windows login). True when a database was removed, false when there
-    // was nothing to remove.
-    virtual bool RemoveOfflineDatabase(const std::string& serverLoginName,
-                                       const std::string& serverLoginPWD) = 0;
+    // Creates the offline database on the frame's local server, through its MSDE login when it
+    // holds one.
+    virtual void CreateOfflineDatabase(const engine::LocalServerLogin& login) = 0;
+    // Grants the offline users access to the offline database on the local instance that holds
+    // it, through the frame's MSDE login when it holds one: the built-in group on English
+    // machines, elsewhere a group the user names. Says itself when no instance holds it.
+    virtual void GrantOfflinePermissions(const engine::LocalServerLogin& login) = 0;
+    // Removes the offline database and its login, connecting with the frame's MSDE login when
+    // it holds one. True when a database was removed, false when there was nothing to remove.
+    virtual bool RemoveOfflineDatabase(const engine::LocalServerLogin& login) = 0;
 
     // Starts rebuilding the structure index of the database into the folder; returns at once,
     // and the build ends with TaskFlow::BuildFinished or TaskFlow::BuildFailed.

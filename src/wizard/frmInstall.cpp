@@ -2,8 +2,10 @@
 
 #include "ApplyLanguageFont.h"
 #include "BackupDirectoryCtl.h"
+#include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
+#include "MSTFileProgressCtl.h"
 #include "MSTFileUpdateCtl.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
@@ -12,9 +14,9 @@
 #include "ServiceNameCtl.h"
 #include "TaskFlow.h"
 #include "TaskPickerCtl.h"
-#include "UnavailableOperations.h"
 #include "Version.h"
 #include "WelcomeCtl.h"
+#include "WizardOperations.h"
 
 #include <QApplication>
 #include <QFontMetrics>
@@ -137,11 +139,18 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     mServiceNameCtl = makePage<ServiceNameCtl>("mServiceNameCtl", this);
     mServiceFileCtl = makePage<ServiceFileCtl>("mServiceFileCtl", this);
     mBackupDirectoryCtl = makePage<BackupDirectoryCtl>("mBackupDirectoryCtl", this);
+    mDBMigrateProgressCtl = makePage<DBMigrateProgressCtl>("mDBMigrateProgressCtl", m_prompter, this);
+    mMSTFileProgressCtl = makePage<MSTFileProgressCtl>("mMSTFileProgressCtl", this);
     for (WizardPage* page : pages())
         page->hide();
 
-    m_operations = std::make_unique<UnavailableOperations>();
+    m_operations = std::make_unique<WizardOperations>(*mDBMigrateProgressCtl, *mMSTFileProgressCtl, m_prompter);
     m_flow = std::make_unique<TaskFlow>(*this, m_prompter, *m_operations);
+    connect(mDBMigrateProgressCtl, &DBMigrateProgressCtl::MigrationFinished, this,
+            [this] { m_flow->MigrationFinished(); });
+    connect(mMSTFileProgressCtl, &MSTFileProgressCtl::BuildFinished, this, [this] { m_flow->BuildFinished(); });
+    connect(mMSTFileProgressCtl, &MSTFileProgressCtl::BuildFailed, this,
+            [this](const LfError& error) { m_flow->BuildFailed(error); });
     Form_Load();
 }
 
@@ -151,7 +160,8 @@ QList<WizardPage*> frmInstall::pages() const
 {
     return {mWelcomeCtl,         mTaskPickerCtl,      mSQLServerCtl,       mSQLDatabaseCtl,
             mMSTFileLocationCtl, mMSTFileUpdateCtl,   mServiceDirectoryCtl, mDBMigrateUpdateCtl,
-            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl};
+            mServiceNameCtl,     mServiceFileCtl,     mBackupDirectoryCtl, mDBMigrateProgressCtl,
+            mMSTFileProgressCtl};
 }
 
 void frmInstall::Form_Load()

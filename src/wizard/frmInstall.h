@@ -9,8 +9,10 @@
 #include <string>
 
 class BackupDirectoryCtl;
+class DBMigrateProgressCtl;
 class DBMigrateUpdateCtl;
 class MSTFileLocationCtl;
+class MSTFileProgressCtl;
 class MSTFileUpdateCtl;
 class Prompter;
 class QFrame;
@@ -54,6 +56,8 @@ public:
     ServiceFileCtl* serviceFilePage() const { return mServiceFileCtl; }
     DBMigrateUpdateCtl* migrationSummaryPage() const { return mDBMigrateUpdateCtl; }
     MSTFileUpdateCtl* indexSummaryPage() const { return mMSTFileUpdateCtl; }
+    DBMigrateProgressCtl* migrationProgressPage() const { return mDBMigrateProgressCtl; }
+    MSTFileProgressCtl* indexProgressPage() const { return mMSTFileProgressCtl; }
 
     // Every page the frame hosts, for layout and for the rule that exactly one is visible.
     QList<WizardPage*> pages() const;
@@ -141,6 +145,8 @@ private:
     ServiceNameCtl* mServiceNameCtl;
     ServiceFileCtl* mServiceFileCtl;
     BackupDirectoryCtl* mBackupDirectoryCtl;
+    DBMigrateProgressCtl* mDBMigrateProgressCtl;
+    MSTFileProgressCtl* mMSTFileProgressCtl;
 
     WizardPage* m_shownPage = nullptr;
     std::unique_ptr<TaskOperations> m_operations;

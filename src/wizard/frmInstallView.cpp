@@ -3,8 +3,10 @@
 #include "frmInstall.h"
 
 #include "BackupDirectoryCtl.h"
+#include "DBMigrateProgressCtl.h"
 #include "DBMigrateUpdateCtl.h"
 #include "MSTFileLocationCtl.h"
+#include "MSTFileProgressCtl.h"
 #include "MSTFileUpdateCtl.h"
 #include "SQLDatabaseCtl.h"
 #include "SQLServerCtl.h"
@@ -106,8 +108,12 @@ WizardPage* frmInstall::pageComponent(int16_t page, int32_t task) const
         if (task == MigrateDatabase)
             return mDBMigrateUpdateCtl;
         return task == RebuildIndex ? mMSTFileUpdateCtl : nullptr;
+    case ProgressPage:
+        if (task == MigrateDatabase)
+            return mDBMigrateProgressCtl;
+        return task == RebuildIndex ? mMSTFileProgressCtl : nullptr;
     default:
-        return nullptr; // the progress pages come with their operations
+        return nullptr;
     }
 }
 

@@ -41,14 +41,17 @@ public:
         record("InstallServiceConfigurationFile", {serviceConfigPath, serverConfigPath, udlPath});
     }
     void InstallDesktopService() override { record("InstallDesktopService", {}); }
-    void CreateOfflineDatabase() override { record("CreateOfflineDatabase", {}); }
-    void GrantOfflinePermissions(const std::string& connectionString, const std::string& groupName) override
+    void CreateOfflineDatabase(const engine::LocalServerLogin& login) override
     {
-        record("GrantOfflinePermissions", {connectionString, groupName});
+        record("CreateOfflineDatabase", {login.serverName, login.user, login.password});
     }
-    bool RemoveOfflineDatabase(const std::string& user, const std::string& password) override
+    void GrantOfflinePermissions(const engine::LocalServerLogin& login) override
     {
-        record("RemoveOfflineDatabase", {user, password});
+        record("GrantOfflinePermissions", {login.serverName, login.user, login.password});
+    }
+    bool RemoveOfflineDatabase(const engine::LocalServerLogin& login) override
+    {
+        record("RemoveOfflineDatabase", {login.serverName, login.user, login.password});
         return removed;
     }
     void StartIndexBuild(const std::string& server, const std::string& database,

@@ -1,6 +1,6 @@
 #include "TaskFlowFixture.h"
 
-#include <pugixml.hpp>
+#include "ServiceFile.h"
 
 namespace {
 
@@ -239,12 +239,11 @@ TEST_F(ServiceFileTest, AnEmptyPathIsRefused)
 TEST_F(ServiceFileTest, AFileThatIsNotXmlIsRefusedWithTheParsersReason)
 {
     view.serviceFile = dir.write("broken.lfsvc", "<service><name>Chem</service>").string();
-    pugi::xml_document d;
-    const std::string reason = d.load_file(view.serviceFile.c_str()).description();
-    ASSERT_FALSE(reason.empty());
+    const engine::ServiceFileCheck check = engine::CheckServiceFile(view.serviceFile);
+    ASSERT_FALSE(check.reason.empty());
     flow.Next();
     expectInformation("Service File Path",
-                      "The file \"" + view.serviceFile + "\" is not a wellformed XML file (" + reason + ").");
+                      "The file \"" + view.serviceFile + "\" is not a wellformed XML file (" + check.reason + ").");
     EXPECT_EQ(flow.CurrentPage(), V::ServiceFilePage);
 }
 

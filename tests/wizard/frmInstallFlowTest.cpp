@@ -98,7 +98,9 @@ TEST_F(FrameFlowTest, ASlowServerLeavesTheWindowAnsweringAndASecondNextIsIgnored
     EXPECT_TRUE(prompter.shown().empty());
 }
 
-TEST_F(FrameFlowTest, AnOperationThisBuildLacksEndsOnTheErrorResultAndFinishReturnsToTheTaskPicker)
+// This machine's registry does not name the shared application-data folder, so the service
+// cannot be installed.
+TEST_F(FrameFlowTest, AServiceThatCannotBeInstalledEndsOnTheErrorResultAndFinishReturnsToTheTaskPicker)
 {
     choose("mConnectOption");
     QTest::mouseClick(button("cmdNext"), Qt::LeftButton);
@@ -114,8 +116,8 @@ TEST_F(FrameFlowTest, AnOperationThisBuildLacksEndsOnTheErrorResultAndFinishRetu
     EXPECT_EQ(text("lblTop"), "Connection Creation Aborted");
     EXPECT_EQ(text("lblHeader"), "");
     EXPECT_EQ(text("lblBottom"),
-              "Sorry, the operation \"InstallServiceConfigurationFile\" is not available in this "
-              "build of the wizard.");
+              "Sorry, the registry key 'SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell "
+              "Folders' cannot be found.");
     EXPECT_TRUE(button("cmdDone")->isVisible());
     EXPECT_TRUE(button("cmdDone")->isDefault());
     EXPECT_FALSE(button("cmdNext")->isVisible());

@@ -4,8 +4,12 @@
 #include "Connection.h"
 #include "LfError.h"
 #include "Migration.h"
+#include "OfflineDatabase.h"
 #include "Prompter.h"
+#include "ServiceInstaller.h"
+#include "ShellFolders.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QHideEvent>
 #include <QLabel>
@@ -93,6 +97,28 @@ void DBMigrateProgressCtl::Migrate(const QString& SrcServerName, const QString& 
 void DBMigrateProgressCtl::ConfirmUser(const QString& ServerName, const QString& DBName)
 {
     engine::Migration(*this, m_stop, m_prompter).ConfirmUser(s(ServerName), s(DBName));
+}
+
+void DBMigrateProgressCtl::InstallServiceConfigurationFile(const QString& ServiceConfigPath,
+                                                           const QString& ServerConfigPath,
+                                                           const QString& UDLPath)
+{
+    engine::ServiceInstaller(ShellFolders::GetCommonAppDataFolder(), m_prompter, m_networkDrive)
+        .InstallServiceConfigurationFile(s(ServiceConfigPath), s(ServerConfigPath), s(UDLPath));
+}
+
+void DBMigrateProgressCtl::InstallDesktopService()
+{
+    engine::ServiceInstaller(ShellFolders::GetCommonAppDataFolder(), m_prompter, m_networkDrive)
+        .InstallDesktopService();
+}
+
+void DBMigrateProgressCtl::CreateOfflineDatabase(const engine::LocalServerLogin& login)
+{
+    // The window keeps painting, and Cancel asking, while the SQL tool runs the script.
+    engine::OfflineDatabase(login, engine::OfflineLocations{}, [] {
+        QCoreApplication::processEvents();
+    }).CreateOfflineDatabase();
 }
 
 QString DBMigrateProgressCtl::ProcessName() const

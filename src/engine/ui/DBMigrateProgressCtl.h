@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LocalServerLogin.h"
 #include "MigrationProgress.h"
 #include "NetworkDrive.h"
 #include "StopFlag.h"
@@ -29,6 +30,16 @@ public:
                  const QString& unused3, const QString& BAKPath);
     // Raises an error when the current user is not a user of the database.
     void ConfirmUser(const QString& ServerName, const QString& DBName);
+    // Connects this client to the service of a service file; empty ServerConfigPath and
+    // UDLPath are found from the files themselves.
+    void InstallServiceConfigurationFile(const QString& ServiceConfigPath, const QString& ServerConfigPath,
+                                         const QString& UDLPath);
+    // Adds the desktop database to this client's services.
+    void InstallDesktopService();
+    // Creates the offline database on the frame's local server, through its MSDE login when
+    // it holds one.
+    void CreateOfflineDatabase(const engine::LocalServerLogin& login);
+
     // The account on whose behalf the program runs.
     QString ProcessName() const;
 
