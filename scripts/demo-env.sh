@@ -99,4 +99,11 @@ demo_cleanup() {
   rm -rf "$demo_root"
 }
 trap demo_cleanup EXIT
+
+# The desktop installation's structure index in the shared data folder, which the migration
+# copies next to the service: built from the desktop database's stored structures.
+demo_appdata="$demo_root/appdata/Labfolio 10.0"
+mkdir -p "$demo_appdata"
+"$demo_build/tools/demo/lf-demo-index" "$demo_host\\VELDRIN" LFDesktop10 "$demo_appdata" >/dev/null ||
+  echo "demo: no desktop structure index, so a migration stops at the index copy" >&2
 echo "demo: desktop instance $demo_host\\VELDRIN and server 127.0.0.1\\MULTIUSER are running (files in $demo_root)"
