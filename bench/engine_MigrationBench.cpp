@@ -76,13 +76,13 @@ int main(int argc, char** argv)
         o.server = "PC1\\VELDRIN";
         auto server = sqlserver::serverManager().Connect(o);
         sqlserver::OperationControl control;
-        sqlserver::BackupSpec spec{"LFDesktop10",
-                                   "LFDesktop10_Full",
-                                   "Full backup of LFDesktop10 database",
-                                   (dir.path() / "baseline" / "LFDesktop.BAK").string(),
-                                   true,
-                                   true};
-        server->Backup(spec, control);
+        sqlserver::BackupSpec backup{"LFDesktop10",
+                                     "LFDesktop10_Full",
+                                     "Full backup of LFDesktop10 database",
+                                     (dir.path() / "baseline" / "LFDesktop.BAK").string(),
+                                     true,
+                                     true};
+        server->Backup(backup, control);
     }
     const double backupSeconds = since(start);
     const std::string cp = "cp '" + (dir.path() / "baseline" / "LFDesktop.BAK").string() + "' '" +

@@ -234,14 +234,14 @@ void Migration::BackupDatabase(const std::string& ServerName, const std::string&
                                const std::string& BAKPath)
 {
 
-    sqlserver::BackupSpec spec;
-    spec.database = DBName;
-    spec.setName = DBName + "_Full";
-    spec.setDescription = "Full backup of " + DBName + " database";
-    spec.file = BAKPath;
+    sqlserver::BackupSpec backup;
+    backup.database = DBName;
+    backup.setName = DBName + "_Full";
+    backup.setDescription = "Full backup of " + DBName + " database";
+    backup.file = BAKPath;
     // Page checksums exist from SQL Server 2005 on; older servers refuse the option. Every
     // version can verify the set before it is copied anywhere.
-    spec.verify = true;
+    backup.verify = true;
 
     m_stop.clear();
     sqlserver::OperationControl control;
@@ -253,10 +253,10 @@ void Migration::BackupDatabase(const std::string& ServerName, const std::string&
         std::error_code ec;
         std::filesystem::create_directories(std::filesystem::path(trimmed(BAKPath)).parent_path(), ec);
         auto server = connectServer(ServerName);
-        spec.checksum = serverMajorVersion(ServerName) >= 9;
+        backup.checksum = serverMajorVersion(ServerName) >= 9;
         {
             StopFlag::Attachment attached(m_stop, control);
-            server->Backup(spec, control);
+            server->Backup(backup, control);
         }
         server->DisConnect();
     });
@@ -270,22 +270,22 @@ void Migration::RestoreDatabase(const std::string& ServerName, const std::string
     m_progress.runBlocking([&] {
         auto server = connectServer(ServerName);
         const std::string dataFolder = server->MasterDataFolder();
-        sqlserver::RestoreSpec spec;
-        spec.database = DBName;
-        spec.file = BAKPath;
-        spec.replace = true;
+        sqlserver::RestoreSpec restore;
+        restore.database = DBName;
+        restore.file = BAKPath;
+        restore.replace = true;
         const auto files = server->ReadBackupFileList(BAKPath);
         std::string dataName;
         std::string logName;
         if (files.size() >= 2) {
             dataName = files[0].logicalName;
             logName = files[1].logicalName;
-            spec.relocations = {{dataName, dataFolder + DBName + "_Data.mdf"},
-                                {logName, dataFolder + DBName + "_LOG.ldf"}};
+            restore.relocations = {{dataName, dataFolder + DBName + "_Data.mdf"},
+                                   {logName, dataFolder + DBName + "_LOG.ldf"}};
         }
         {
             StopFlag::Attachment attached(m_stop, control);
-            server->Restore(spec, control);
+            server->Restore(restore, control);
         }
 
         // The logical names keep the product's spelling: the log's too ends in ".mdf".

@@ -14,11 +14,11 @@ namespace {
 // A message holds at most this many characters, so no width or precision needs to be larger.
 constexpr int64_t kLongestMessage = 2047;
 
-std::string printed(const std::string& spec, auto value)
+std::string printed(const std::string& marker, auto value)
 {
-    const int n = std::snprintf(nullptr, 0, spec.c_str(), value);
+    const int n = std::snprintf(nullptr, 0, marker.c_str(), value);
     std::string out(static_cast<size_t>(std::max(n, 0)) + 1, '\0');
-    std::snprintf(out.data(), out.size(), spec.c_str(), value);
+    std::snprintf(out.data(), out.size(), marker.c_str(), value);
     out.resize(out.size() - 1);
     return out;
 }
@@ -51,9 +51,9 @@ std::string formatRaiserror(const std::string& format, const std::vector<Value>&
         }
         // %[flags][width][.precision][h|l]type
         size_t j = i + 1;
-        std::string spec = "%";
+        std::string marker = "%";
         while (j < format.size() && std::string_view("-+0# ").find(format[j]) != std::string_view::npos)
-            spec += format[j++];
+            marker += format[j++];
         // A width or precision; a negative width from '*' left-justifies, as in printf.
         auto number = [&](int64_t lowest) {
             int64_t n = 0;
@@ -68,11 +68,11 @@ std::string formatRaiserror(const std::string& format, const std::vector<Value>&
             } else {
                 return;
             }
-            spec += std::to_string(std::clamp(n, lowest, kLongestMessage));
+            marker += std::to_string(std::clamp(n, lowest, kLongestMessage));
         };
         number(-kLongestMessage);
         if (j < format.size() && format[j] == '.') {
-            spec += format[j++];
+            marker += format[j++];
             number(0);
         }
         if (j < format.size() && (format[j] == 'h' || format[j] == 'l'))
@@ -86,20 +86,20 @@ std::string formatRaiserror(const std::string& format, const std::vector<Value>&
         const size_t argument = next;
         const std::optional<Value> v = take();
         if (!v || std::holds_alternative<std::monostate>(*v)) {
-            out += printed(spec + "s", "(null)");
+            out += printed(marker + "s", "(null)");
         } else if (type == 's') {
             const std::string* text = std::get_if<std::string>(&*v);
             if (!text)
                 mismatch(argument);
-            out += printed(spec + "s", text->c_str());
+            out += printed(marker + "s", text->c_str());
         } else {
             const int64_t* n = std::get_if<int64_t>(&*v);
             if (!n)
                 mismatch(argument);
             if (type == 'd' || type == 'i')
-                out += printed(spec + "lld", static_cast<long long>(*n));
+                out += printed(marker + "lld", static_cast<long long>(*n));
             else // unsigned forms show a negative int as its 32-bit pattern, as SQL Server does
-                out += printed(spec + "ll" + type,
+                out += printed(marker + "ll" + type,
                                static_cast<unsigned long long>(*n >= INT32_MIN && *n < 0
                                                                    ? static_cast<uint32_t>(*n)
                                                                    : static_cast<uint64_t>(*n)));
