@@ -103,13 +103,14 @@ bool saveTaskResult(const QString& folder, const QString& name, const char* opti
 
 // The result page a progress page's completion event leads to, in a window of its own: the
 // picture of that page, not of a migration or build carried out.
-bool saveCompletion(const QString& folder, const QString& name,
+bool saveCompletion(const QString& folder, const QString& name, const char* option,
                     const std::function<void(TaskFlow&)>& complete)
 {
     TourPrompter prompter;
     frmInstall window(prompter);
     window.show();
     window.cmdNext_Click();
+    window.taskPickerPage()->findChild<QRadioButton*>(option)->setChecked(true);
     complete(window.flow());
     return save(window, folder, name);
 }
@@ -123,8 +124,15 @@ void chooseServiceFile(frmInstall& window, const std::string& path)
 int saveResults(const QString& folder)
 {
     int saved = 0;
-    saved += saveCompletion(folder, "09-result-migration", [](TaskFlow& flow) { flow.MigrationFinished(); });
-    saved += saveCompletion(folder, "09-result-rebuild", [](TaskFlow& flow) { flow.BuildFinished(); });
+    saved += saveCompletion(folder, "09-result-migration", "mServeDatabaseOption",
+                            [](TaskFlow& flow) { flow.MigrationFinished(); });
+    saved += saveCompletion(folder, "09-result-rebuild", "mRebuildMolIDsOption",
+                            [](TaskFlow& flow) { flow.BuildFinished(); });
+    // A rebuild on a machine whose chemistry component is missing.
+    saved += saveCompletion(folder, "09-error-rebuild", "mRebuildMolIDsOption", [](TaskFlow& flow) {
+        flow.BuildFailed(LfError(429, "MSTFileProgressCtl.MoleculeFromCDXML",
+                                 "Active-X cannot create Strucora10.Molecule object"));
+    });
 
     // A service of the tour's own, written by the wizard's writers, and one whose server
     // configuration file is missing.
