@@ -209,3 +209,63 @@ for name, text in {"datetime": "2024-02-29 13:45:12.123", "date": "1900-01-01", 
                    "crash-one-digit-seconds-year-1": "1-01-02 10:20:3",
                    "crash-one-digit-seconds": "2020-01-02 10:20:1"}.items():
     write("TdsValueText", name, text)
+
+# --- service list, service file, server configuration -------------------------------------
+SERVICE = ("<service><name>Lab</name><type>Client/Server</type><authentication>Windows</authentication>"
+           "<configPath>LabData_SRV01.xml</configPath><LoggingFlags>0</LoggingFlags></service>")
+DESKTOP = ("<service><name>Desktop</name><type>Desktop</type><authentication>Windows</authentication>"
+           "<LoggingFlags>0</LoggingFlags></service>")
+write("ServiceList", "two-services", "<services>" + DESKTOP + SERVICE + "</services>")
+write("ServiceList", "empty", "<services/>")
+write("ServiceList", "comments-and-declaration",
+      '<?xml version="1.0"?>\r\n<!-- edited by hand -->\r\n<services>\r\n  ' + SERVICE +
+      "\r\n  <other a=\"&quot;1&quot;\"><![CDATA[x]]></other>\r\n</services>\r\n")
+write("ServiceList", "utf16", b"\xff\xfe" + utf16("<services>" + SERVICE + "</services>"))
+write("ServiceList", "not-a-list", SERVICE)
+write("ServiceList", "two-roots", "<services/><services/>")
+write("ServiceList", "text-outside", "<services/>x")
+write("ServiceList", "unclosed", "<services><service><name>Lab</service>")
+write("ServiceList", "empty-file", "")
+
+write("ServiceFile", "client-server", SERVICE)
+write("ServiceFile", "desktop", DESKTOP)
+write("ServiceFile", "type-wrong-case", SERVICE.replace("Client/Server", "client/server"))
+write("ServiceFile", "no-config-path", SERVICE.replace("<configPath>LabData_SRV01.xml</configPath>", ""))
+write("ServiceFile", "config-path-bad-name", SERVICE.replace("LabData_SRV01.xml", "Lab*|?.xml"))
+write("ServiceFile", "entities", SERVICE.replace("<name>Lab</name>", "<name>L&amp;b &#x1F9EA;&#13;</name>"))
+write("ServiceFile", "list-not-file", "<services>" + SERVICE + "</services>")
+write("ServiceFile", "unclosed", "<service><name>Lab</service>")
+write("ServiceFile", "utf16-bom", b"\xff\xfe" + utf16(SERVICE))
+
+CONFIG = ("<lfserver><connectionString>file name=LabData_SRV01.udl</connectionString>"
+          "<authenticator>LabfolioSQL9.SqlServerAuthenticator</authenticator><schemaName/>"
+          "<LoggingFlags>0</LoggingFlags><webLogging>0</webLogging>"
+          "<MSTFile>\\\\SRV01\\Labfolio\\LabData.mst</MSTFile><version>10.0.0</version></lfserver>")
+write("ServerConfigFile", "created", CONFIG)
+write("ServerConfigFile", "no-prefix", "<lfserver><connectionString>LabData.udl</connectionString></lfserver>")
+write("ServerConfigFile", "prefix-only", "<lfserver><connectionString>file name=</connectionString></lfserver>")
+write("ServerConfigFile", "prefix-twice",
+      "<lfserver><connectionString>file name=file name=x.udl</connectionString></lfserver>")
+write("ServerConfigFile", "bad-name", "<lfserver><connectionString>Lab*.udl</connectionString></lfserver>")
+write("ServerConfigFile", "extra-and-mixed",
+      "<lfserver><extra>keep &amp; this</extra><connectionString>a<!--c-->b.udl</connectionString>"
+      "<version><v/>1</version></lfserver>")
+write("ServerConfigFile", "no-connection", "<lfserver><authenticator>x</authenticator></lfserver>")
+write("ServerConfigFile", "wrong-root", SERVICE)
+
+# --- data link file -----------------------------------------------------------------------
+UDL_HEAD = "[oledb]\r\n; Everything after this line is an OLE DB initstring\r\n"
+UDL_CONN = ("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;"
+            "Initial Catalog=LFOffline9;Data Source=PC1\\VELDRIN")
+write("DataLinkFile", "utf16-bom", b"\xff\xfe" + utf16(UDL_HEAD + UDL_CONN))
+write("DataLinkFile", "utf8", UDL_HEAD + UDL_CONN + "\r\n")
+write("DataLinkFile", "utf8-bom", b"\xef\xbb\xbf" + (UDL_HEAD + "data source = x;DATA SOURCE=(local) ;a=b").encode())
+write("DataLinkFile", "utf16-odd", b"\xff\xfe" + utf16(UDL_HEAD + UDL_CONN)[:-1])
+write("DataLinkFile", "utf16-unpaired", b"\xff\xfe" + utf16(UDL_HEAD + "Data Source=") + b"\x3d\xd8")
+write("DataLinkFile", "bom-only", b"\xff\xfe")
+write("DataLinkFile", "no-data-source", UDL_HEAD + "Provider=SQLOLEDB.1")
+
+for i, lines in enumerate([["[oledb]", UDL_CONN], ["Data Source=", "data source=A;B", "x"],
+                           ["DATA SOURCE=srv \t ;Data Source=other"], ["Data Source= \t"],
+                           ["Data Source=first", "no key here"], [""]]):
+    write("DataSourceLine", f"lines-{i:02}", "\0".join(lines))
