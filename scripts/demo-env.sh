@@ -14,8 +14,17 @@ demo_host=$(hostname -s)
 demo_user=$(id -un)
 demo_password="Demo-Wizard1"
 
+# A few hundred stored structures for the index rebuild, drawn once into the build folder.
+demo_structures=()
+if [ -s "$demo_build/demo-structures.txt" ] ||
+  "$(dirname "${BASH_SOURCE[0]}")/make-structures.sh" 300 "$demo_build/demo-structures.txt"; then
+  demo_structures=(--structures "$demo_build/demo-structures.txt")
+else
+  echo "demo: no stored structures (scripts/setup.sh installs openbabel and rdkit-data)" >&2
+fi
 "$demo_build/tools/standin/seed/lf-standin-seed" --data "$demo_root/veldrin" --machine "$demo_host" \
-  --instance VELDRIN --user "$demo_host\\$demo_user:admin" --login "wizard:$demo_password:sysadmin" >/dev/null
+  --instance VELDRIN --user "$demo_host\\$demo_user:admin" --login "wizard:$demo_password:sysadmin" \
+  "${demo_structures[@]}" >/dev/null
 "$demo_build/tools/standin/seed/lf-standin-seed" --data "$demo_root/multiuser" --machine 127.0.0.1 \
   --instance MULTIUSER --login "wizard:$demo_password:dbcreator" >/dev/null
 

@@ -16,6 +16,9 @@ packages=(
   libgtest-dev libgmock-dev
   xvfb xauth fonts-dejavu-core
 )
+# Structure index: molecules for its tests, benchmark and demo (SMILES from rdkit-data, turned
+# into CDXML by openbabel's obabel).
+packages+=(rdkit-data openbabel)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -121,9 +121,10 @@ bool RawTdsClient::closedByServer(int timeoutMs)
 }
 
 Bytes RawTdsClient::buildLogin7(const std::string& user, const std::string& password,
-                                const std::string& database)
+                                const std::string& database, uint32_t tdsVersion)
 {
     Login7Fields f;
+    f.tdsVersion = tdsVersion;
     f.userName = user;
     f.password = password;
     f.database = database;
@@ -132,7 +133,7 @@ Bytes RawTdsClient::buildLogin7(const std::string& user, const std::string& pass
 }
 
 std::vector<RawToken> RawTdsClient::login(const std::string& user, const std::string& password,
-                                          const std::string& database)
+                                          const std::string& database, uint32_t tdsVersion)
 {
     // PRELOGIN with VERSION and ENCRYPTION (off)
     ByteWriter pre;
@@ -149,7 +150,7 @@ std::vector<RawToken> RawTdsClient::login(const std::string& user, const std::st
     auto answer = readPacket();
     if (!answer || answer->type != 0x04)
         throw std::runtime_error("no PRELOGIN answer");
-    sendPacket(0x10, buildLogin7(user, password, database));
+    sendPacket(0x10, buildLogin7(user, password, database, tdsVersion));
     return readMessage();
 }
 
@@ -201,13 +202,24 @@ std::vector<RawToken> RawTdsClient::parseTokens(const Bytes& payload)
             r.u8();
             r.u32();
             r.u16();
-            if (r.u8() != 0x26)
-                throw std::runtime_error("RawTdsClient reads int return values only");
-            r.u8();
+            t.wireType = r.u8();
+            if (t.wireType == 0x26) {
+                r.u8();
+            } else if (t.wireType >= 0x29 && t.wireType <= 0x2B) {
+                t.scale = r.u8();
+            } else if (t.wireType == 0xE7) {
+                r.u16();
+                r.skip(5); // collation
+                t.data = r.bytes(r.u16());
+                break;
+            } else {
+                throw std::runtime_error("RawTdsClient reads int, time and nvarchar return values only");
+            }
             const uint8_t size = r.u8();
+            t.data = r.bytes(size);
             int64_t v = 0;
-            for (uint8_t i = 0; i < size; ++i)
-                v |= static_cast<int64_t>(r.u8()) << (8 * i);
+            for (uint8_t i = 0; i < size && i < 8; ++i)
+                v |= static_cast<int64_t>(t.data[i]) << (8 * i);
             t.value = v;
             break;
         }

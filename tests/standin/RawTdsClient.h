@@ -3,7 +3,7 @@
 // A bare TDS client over a socket, for tests that must see packets and tokens exactly as the
 // server sends them (flush timing, attention acknowledgements, malformed input). It understands
 // the tokens that carry no row data: messages, ENVCHANGE, LOGINACK, RETURNSTATUS, RETURNVALUE
-// (int only) and the three DONE tokens.
+// (int, time, datetime2, datetimeoffset, nvarchar) and the three DONE tokens.
 
 #include "TdsBytes.h"
 
@@ -23,6 +23,10 @@ struct RawToken {
     uint64_t rowCount = 0;
     // RETURNSTATUS, RETURNVALUE (int); ENVCHANGE: its type
     int64_t value = 0;
+    // RETURNVALUE: the TDS type, its scale (time types) and the value's bytes after its length
+    uint8_t wireType = 0;
+    uint8_t scale = 0;
+    standin::tds::Bytes data;
 };
 
 struct RawPacket {
@@ -52,14 +56,14 @@ public:
 
     // PRELOGIN then LOGIN7; returns the tokens of the login response.
     std::vector<RawToken> login(const std::string& user, const std::string& password,
-                                const std::string& database = {});
+                                const std::string& database = {}, uint32_t tdsVersion = 0x74000004);
     void sendBatch(const std::string& sql);
     void sendAttention() { sendPacket(0x06, {}); }
     // Ends the client's side of the stream (the server sees end-of-file; replies still arrive).
     void finishSending();
 
     static standin::tds::Bytes buildLogin7(const std::string& user, const std::string& password,
-                                           const std::string& database);
+                                           const std::string& database, uint32_t tdsVersion = 0x74000004);
     // Tokens contained in a payload (the subset listed above). Throws on anything else.
     static std::vector<RawToken> parseTokens(const standin::tds::Bytes& payload);
 

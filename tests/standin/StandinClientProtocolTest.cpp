@@ -57,9 +57,22 @@ void intParameter(ByteWriter& w, const std::string& name, std::optional<int32_t>
     }
 }
 
+// A time (0x29) or datetimeoffset (0x2B) parameter: the scale, then the value's length and
+// bytes (none for NULL).
+void temporalParameter(ByteWriter& w, const std::string& name, uint8_t type, uint8_t scale,
+                       const Bytes& value, bool output = false)
+{
+    w.bVarChar(name);
+    w.u8(output ? 1 : 0);
+    w.u8(type);
+    w.u8(scale);
+    w.u8(static_cast<uint8_t>(value.size()));
+    w.raw(value);
+}
+
 // sp_executesql called by procedure id, its statement and parameter list under the client's
-// own names, with "@a int, @out int OUTPUT"; answers @out.
-Bytes executeSqlById(const std::string& statement, std::optional<int32_t> a)
+// own names; the caller adds the parameters.
+ByteWriter executeSqlCall(const std::string& statement, const std::string& definitions)
 {
     ByteWriter w;
     allHeaders(w);
@@ -67,7 +80,14 @@ Bytes executeSqlById(const std::string& statement, std::optional<int32_t> a)
     w.u16(10);
     w.u16(0);
     nvarcharParameter(w, "@statement", statement);
-    nvarcharParameter(w, "@parameters", "@a int, @out int OUTPUT");
+    nvarcharParameter(w, "@parameters", definitions);
+    return w;
+}
+
+// With "@a int, @out int OUTPUT"; answers @out.
+Bytes executeSqlById(const std::string& statement, std::optional<int32_t> a)
+{
+    ByteWriter w = executeSqlCall(statement, "@a int, @out int OUTPUT");
     intParameter(w, "@a", a);
     intParameter(w, "@out", std::nullopt, true);
     return w.bytes();
@@ -286,4 +306,80 @@ TEST_F(StandinClientProtocolTest, RaiserrorFillsItsMarkersAsSqlServerDoes)
     const auto refused = m_client.readMessage();
     ASSERT_NE(find(refused, 0xAA), nullptr);
     EXPECT_EQ(find(refused, 0xAA)->number, 2786);
+}
+
+TEST_F(StandinClientProtocolTest, TimeAndDateTimeOffsetParametersComeBackWithTheirTypesAndValues)
+{
+    struct Case {
+        uint8_t timeScale;
+        Bytes time;
+        uint8_t offsetScale;
+        Bytes offset;
+    };
+    const Case cases[] = {
+        // 10:20:30.123; 2024-05-01 08:20:30.1234567 UTC at +02:00
+        {3, {0x2B, 0x16, 0x38, 0x02}, 7, {0x87, 0x31, 0x59, 0xEB, 0x45, 0xBE, 0x46, 0x0B, 120, 0}},
+        // 20:00:00; 2023-12-31 20:00:00 UTC at -05:00 and at +05:00 (the next day where written)
+        {0, {0x40, 0x19, 0x01}, 0, {0x40, 0x19, 0x01, 0x44, 0x46, 0x0B, 0xD4, 0xFE}},
+        {7, {0x80, 0x96, 0x98, 0, 0}, 0, {0x40, 0x19, 0x01, 0x44, 0x46, 0x0B, 0x2C, 0x01}},
+    };
+    for (const Case& c : cases) {
+        const std::string t = "time(" + std::to_string(c.timeScale) + ")";
+        const std::string o = "datetimeoffset(" + std::to_string(c.offsetScale) + ")";
+        ByteWriter w =
+            executeSqlCall("SET @tout = @t; SET @oout = @o",
+                           "@t " + t + ", @o " + o + ", @tout " + t + " OUTPUT, @oout " + o + " OUTPUT");
+        temporalParameter(w, "@t", 0x29, c.timeScale, c.time);
+        temporalParameter(w, "@o", 0x2B, c.offsetScale, c.offset);
+        temporalParameter(w, "@tout", 0x29, c.timeScale, {}, true);
+        temporalParameter(w, "@oout", 0x2B, c.offsetScale, {}, true);
+        const auto tokens = request(m_client, 0x03, w.bytes());
+        ASSERT_EQ(find(tokens, 0xAA), nullptr) << find(tokens, 0xAA)->text;
+        std::vector<const RawToken*> values;
+        for (const RawToken& token : tokens)
+            if (token.type == 0xAC)
+                values.push_back(&token);
+        ASSERT_EQ(values.size(), 2u);
+        EXPECT_EQ(values[0]->wireType, 0x29);
+        EXPECT_EQ(values[0]->scale, c.timeScale);
+        EXPECT_EQ(values[0]->data, c.time);
+        EXPECT_EQ(values[1]->wireType, 0x2B);
+        EXPECT_EQ(values[1]->scale, c.offsetScale);
+        EXPECT_EQ(values[1]->data, c.offset);
+    }
+    EXPECT_EQ(queryInt(m_client, "SET @out = @a + 1"), 1);
+}
+
+TEST_F(StandinClientProtocolTest, CastToTimeAndDateTimeOffsetRoundsToTheScale)
+{
+    ByteWriter w = executeSqlCall("SET @tout = CAST('10:20:30.1234' AS time(3)); "
+                                  "SET @oout = CAST('2023-12-31 15:00:00.4 -05:00' AS datetimeoffset(0))",
+                                  "@tout time(3) OUTPUT, @oout datetimeoffset(0) OUTPUT");
+    temporalParameter(w, "@tout", 0x29, 3, {}, true);
+    temporalParameter(w, "@oout", 0x2B, 0, {}, true);
+    const auto tokens = request(m_client, 0x03, w.bytes());
+    ASSERT_EQ(find(tokens, 0xAA), nullptr) << find(tokens, 0xAA)->text;
+    std::vector<Bytes> values;
+    for (const RawToken& token : tokens)
+        if (token.type == 0xAC)
+            values.push_back(token.data);
+    EXPECT_EQ(values, (std::vector<Bytes>{{0x2B, 0x16, 0x38, 0x02},
+                                          {0x40, 0x19, 0x01, 0x44, 0x46, 0x0B, 0xD4, 0xFE}}));
+}
+
+TEST_F(StandinClientProtocolTest, ClientsBeforeTds73GetTimesAsText)
+{
+    RawTdsClient old = RawTdsClient::connectTo(m_server.port());
+    old.login("sa", StandinServer::saPassword(), {}, 0x72090002);
+    ByteWriter w = executeSqlCall("SET @tout = CAST(@t AS time(3))", "@t nvarchar(20), @tout time(3) OUTPUT");
+    nvarcharParameter(w, "@t", "10:20:30.1234");
+    temporalParameter(w, "@tout", 0x29, 3, {}, true); // replaced by the nvarchar it answers with
+    const auto tokens = request(old, 0x03, w.bytes());
+    ASSERT_EQ(find(tokens, 0xAA), nullptr) << find(tokens, 0xAA)->text;
+    const RawToken* out = find(tokens, 0xAC);
+    ASSERT_NE(out, nullptr);
+    EXPECT_EQ(out->wireType, 0xE7);
+    ByteWriter text;
+    text.ucs2("10:20:30.123");
+    EXPECT_EQ(out->data, text.bytes());
 }

@@ -504,10 +504,12 @@ void EngineSession::streamRows(SqliteStmt& st, const Stmt& s, ResultSink& sink)
         for (int i = 0; i < n; ++i) {
             const ColumnInfo& c = columns[static_cast<size_t>(i)];
             Value v = columnValue(st.get(), i);
-            if (c.type == SqlType::DateTime && std::holds_alternative<std::string>(v)) {
-                // Dates are stored as written; they leave in SQL Server's one format.
+            if ((c.type == SqlType::DateTime || c.type == SqlType::Time ||
+                 c.type == SqlType::DateTimeOffset) &&
+                std::holds_alternative<std::string>(v)) {
+                // Dates and times are stored as written; they leave in SQL Server's one format.
                 try {
-                    v = convertValue(v, "datetime");
+                    v = convertValue(v, typeName(c));
                 } catch (const SqlError&) {
                     // A text that is no date (SQLite let it in) is passed on as it is.
                 }

@@ -3,6 +3,7 @@
 #include "Catalog.h"
 #include "SqlError.h"
 #include "Sqlite.h"
+#include "TemporalText.h"
 #include "TypeMap.h"
 
 #include <cctype>
@@ -530,6 +531,14 @@ void contextTrampoline(sqlite3_context* ctx, int argc, sqlite3_value** argv)
     }
 }
 
+temporal::Moment momentOf(const Value& v)
+{
+    temporal::Moment moment;
+    if (!temporal::parseMoment(display(v), moment))
+        throw SqlError(241, 16, "Conversion failed when converting date and/or time from character string.");
+    return moment;
+}
+
 } // namespace
 
 Value convertValue(const Value& v, const std::string& type)
@@ -590,11 +599,17 @@ Value convertValue(const Value& v, const std::string& type)
     case SqlType::DateTime: {
         std::tm tm{};
         int ms = 0;
-        if (!parseDateTime(display(v), tm, ms))
-            throw SqlError(241, 16,
-                           "Conversion failed when converting date and/or time from character string.");
-        return formatDateTime(tm, ms);
+        if (parseDateTime(display(v), tm, ms))
+            return formatDateTime(tm, ms);
+        // A time alone, or a date and time with an offset: the local date and time.
+        const temporal::Moment moment = momentOf(v);
+        return temporal::formatDate(moment.days) + " " +
+               temporal::formatTime(moment.ticks / 10000 * 10000, 3);
     }
+    case SqlType::Time:
+        return temporal::timeText(momentOf(v), target.scale);
+    case SqlType::DateTimeOffset:
+        return temporal::dateTimeOffsetText(momentOf(v), target.scale);
     case SqlType::UniqueIdentifier: {
         static const std::regex re(
             "^\\{?([0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12})\\}?$");

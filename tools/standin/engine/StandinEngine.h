@@ -25,6 +25,8 @@ enum class SqlType {
     DateTime,
     UniqueIdentifier,
     VarBinary,
+    Time,
+    DateTimeOffset,
 };
 
 struct ColumnInfo {
@@ -32,10 +34,12 @@ struct ColumnInfo {
     SqlType type = SqlType::NVarChar;
     int32_t maxLength = 4000;   // characters for (n)varchar, bytes for varbinary; -1 = (max)
     bool nullable = true;
+    uint8_t scale = 7;          // fraction digits of time and datetimeoffset
 };
 
 // Null, integers (int, bigint, smallint, tinyint, bit), float, text (nvarchar, varchar,
-// datetime as "YYYY-MM-DD hh:mm:ss.fff", uniqueidentifier as "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX"),
+// datetime as "YYYY-MM-DD hh:mm:ss.fff", time as "hh:mm:ss[.fffffff]", datetimeoffset as
+// "YYYY-MM-DD hh:mm:ss[.fffffff] +hh:mm", uniqueidentifier as "XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX"),
 // bytes (varbinary).
 using Value = std::variant<std::monostate, int64_t, double, std::string, std::vector<uint8_t>>;
 

@@ -1,5 +1,6 @@
 #include "TypeMap.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cstdio>
@@ -71,8 +72,11 @@ ColumnInfo columnInfoForType(const std::string& declaredType)
     } else if (base == "text") {
         info.type = SqlType::VarChar;
         info.maxLength = -1;
-    } else if (base == "datetime" || base == "smalldatetime" || base == "datetime2" || base == "date" ||
-               base == "time") {
+    } else if (base == "time" || base == "datetimeoffset") {
+        info.type = base == "time" ? SqlType::Time : SqlType::DateTimeOffset;
+        info.scale = static_cast<uint8_t>(std::clamp(length(7), 0, 7));
+        info.maxLength = base == "time" ? 5 : 10;
+    } else if (base == "datetime" || base == "smalldatetime" || base == "datetime2" || base == "date") {
         info.type = SqlType::DateTime;
         info.maxLength = 8;
     } else if (base == "uniqueidentifier") {
@@ -125,6 +129,10 @@ std::string typeName(const ColumnInfo& info)
         return "uniqueidentifier";
     case SqlType::VarBinary:
         return withLength("varbinary");
+    case SqlType::Time:
+        return "time(" + std::to_string(info.scale) + ")";
+    case SqlType::DateTimeOffset:
+        return "datetimeoffset(" + std::to_string(info.scale) + ")";
     }
     return "sql_variant";
 }

@@ -1,6 +1,7 @@
 #include "TdsTypes.h"
 
 #include "TdsVersion.h"
+#include "TemporalText.h"
 
 #include <cmath>
 #include <cstdio>
@@ -57,33 +58,11 @@ constexpr uint64_t kPlpNull = 0xFFFFFFFFFFFFFFFFull;
 constexpr uint64_t kPlpUnknownLength = 0xFFFFFFFFFFFFFFFEull;
 constexpr uint16_t kMaxMarker = 0xFFFF;
 
-int64_t daysFromCivil(int64_t y, unsigned m, unsigned d)
-{
-    y -= m <= 2;
-    const int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const auto yoe = static_cast<unsigned>(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<int64_t>(doe) - 719468;
-}
-
-void civilFromDays(int64_t z, int64_t& y, unsigned& m, unsigned& d)
-{
-    z += 719468;
-    const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const auto doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    y = static_cast<int64_t>(yoe) + era * 400;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    d = doy - (153 * mp + 2) / 5 + 1;
-    m = mp < 10 ? mp + 3 : mp - 9;
-    y += m <= 2;
-}
+using temporal::civilFromDays;
+using temporal::daysFromCivil;
 
 const int64_t kDay1900 = daysFromCivil(1900, 1, 1);
 const int64_t kDay0001 = daysFromCivil(1, 1, 1);
-constexpr int64_t kMillisPerDay = 86400000;
 
 int64_t asInteger(const Value& v)
 {
@@ -174,6 +153,60 @@ uint8_t intSize(SqlType t)
     }
 }
 
+// Clients before TDS 7.3 know no time or datetimeoffset; real servers send them those as
+// nvarchar of the value's text, and so does the stand-in.
+bool sentAsText(const ColumnInfo& c, uint32_t tdsVersion)
+{
+    return (c.type == SqlType::Time || c.type == SqlType::DateTimeOffset) && tdsVersion < kTds73A;
+}
+
+ColumnInfo textColumn(const ColumnInfo& c)
+{
+    ColumnInfo t = c;
+    t.type = SqlType::NVarChar;
+    const int fraction = c.scale > 0 ? c.scale + 1 : 0;
+    t.maxLength = (c.type == SqlType::Time ? 8 : 26) + fraction;
+    return t;
+}
+
+// TIME(n) counts units of 10^-n seconds in 3 to 5 bytes.
+uint8_t timeBytes(uint8_t scale)
+{
+    return scale <= 2 ? 3 : scale <= 4 ? 4 : 5;
+}
+
+void writeTimeUnits(ByteWriter& w, int64_t ticks, uint8_t scale)
+{
+    const auto units = static_cast<uint64_t>(ticks / temporal::unitsPerTick(scale));
+    for (uint8_t i = 0; i < timeBytes(scale); ++i)
+        w.u8(static_cast<uint8_t>(units >> (8 * i)));
+}
+
+void writeTemporal(ByteWriter& w, const ColumnInfo& c, const Value& value)
+{
+    temporal::Moment m;
+    if (!temporal::parseMoment(asText(value), m))
+        throw std::invalid_argument("not a time: \"" + asText(value) + "\"");
+    int64_t days = m.days;
+    int64_t ticks = temporal::roundToScale(m.ticks, c.scale);
+    if (c.type == SqlType::Time) {
+        w.u8(timeBytes(c.scale));
+        writeTimeUnits(w, ticks % temporal::kTicksPerDay, c.scale);
+        return;
+    }
+    // The wire carries the moment in UTC and the offset beside it.
+    ticks -= m.offsetMinutes * 60 * temporal::kTicksPerSecond;
+    temporal::normalizeDay(days, ticks);
+    if (days < 0 || days > temporal::daysSince0001(9999, 12, 31))
+        throw std::invalid_argument("a datetimeoffset outside the years 1 to 9999: \"" + asText(value) +
+                                    "\"");
+    w.u8(static_cast<uint8_t>(timeBytes(c.scale) + 5));
+    writeTimeUnits(w, ticks, c.scale);
+    for (int i = 0; i < 3; ++i)
+        w.u8(static_cast<uint8_t>(static_cast<uint64_t>(days) >> (8 * i)));
+    w.u16(static_cast<uint16_t>(static_cast<int16_t>(m.offsetMinutes)));
+}
+
 } // namespace
 
 ColumnInfo wireColumn(const ColumnInfo& column)
@@ -189,7 +222,7 @@ ColumnInfo wireColumn(const ColumnInfo& column)
 
 void writeTypeInfo(ByteWriter& w, const ColumnInfo& column, uint32_t tdsVersion, bool withTableName)
 {
-    const ColumnInfo c = wireColumn(column);
+    const ColumnInfo c = wireColumn(sentAsText(column, tdsVersion) ? textColumn(column) : column);
     const bool plpAllowed = tdsVersion >= kTds72;
     switch (c.type) {
     case SqlType::Int:
@@ -214,6 +247,14 @@ void writeTypeInfo(ByteWriter& w, const ColumnInfo& column, uint32_t tdsVersion,
     case SqlType::UniqueIdentifier:
         w.u8(Guid);
         w.u8(16);
+        return;
+    case SqlType::Time:
+        w.u8(TimeN);
+        w.u8(c.scale);
+        return;
+    case SqlType::DateTimeOffset:
+        w.u8(DateTimeOffsetN);
+        w.u8(c.scale);
         return;
     case SqlType::NVarChar:
     case SqlType::VarChar:
@@ -241,9 +282,16 @@ void writeTypeInfo(ByteWriter& w, const ColumnInfo& column, uint32_t tdsVersion,
 
 void writeValue(ByteWriter& w, const ColumnInfo& column, const Value& value, uint32_t tdsVersion)
 {
-    const ColumnInfo c = wireColumn(column);
+    const ColumnInfo c = wireColumn(sentAsText(column, tdsVersion) ? textColumn(column) : column);
     const bool null = std::holds_alternative<std::monostate>(value);
     switch (c.type) {
+    case SqlType::Time:
+    case SqlType::DateTimeOffset:
+        if (null)
+            w.u8(0);
+        else
+            writeTemporal(w, c, value);
+        return;
     case SqlType::Int:
     case SqlType::BigInt:
     case SqlType::SmallInt:
@@ -519,15 +567,13 @@ Value decimalValue(ByteReader& r, size_t size, uint8_t scale)
     return static_cast<double>(positive ? v : -v);
 }
 
-// TIME(n): units of 10^-n seconds in 3 to 5 bytes.
-int64_t timeMillis(ByteReader& r, uint8_t scale)
+int64_t timeTicks(ByteReader& r, uint8_t scale)
 {
-    const size_t bytes = scale <= 2 ? 3 : scale <= 4 ? 4 : 5;
-    const auto units = static_cast<uint64_t>(readLittle(r, bytes, false));
-    uint64_t div = 1;
-    for (uint8_t i = 0; i < scale; ++i)
-        div *= 10;
-    return static_cast<int64_t>(units * 1000 / div);
+    const auto units = readLittle(r, timeBytes(scale), false);
+    const int64_t ticks = units * temporal::unitsPerTick(scale);
+    if (ticks >= temporal::kTicksPerDay)
+        throw ProtocolError("a time parameter lies beyond midnight");
+    return ticks;
 }
 
 Value textValue(uint8_t type, const Bytes& data)
@@ -595,34 +641,31 @@ Value readValue(ByteReader& r, const WireType& t)
         const int64_t days = readLittle(r, 3, false);
         return formatDateTime(days + kDay0001 - kDay1900, 0);
     }
-    case TimeN: {
-        const uint8_t size = r.u8();
-        if (size == 0)
-            return std::monostate{};
-        const int64_t ms = timeMillis(r, t.scale);
-        const std::string full = formatDateTime(0, ms);
-        return full.substr(11);
-    }
+    case TimeN:
     case DateTime2N:
     case DateTimeOffsetN: {
         const uint8_t size = r.u8();
         if (size == 0)
             return std::monostate{};
-        int64_t ms = timeMillis(r, t.scale);
-        int64_t days = readLittle(r, 3, false) + kDay0001 - kDay1900;
-        if (t.type == DateTimeOffsetN) {
-            // Stored as UTC; the product wants the local time the client wrote.
-            ms += static_cast<int16_t>(r.u16()) * 60000LL;
-            while (ms < 0) {
-                ms += kMillisPerDay;
-                --days;
-            }
-            while (ms >= kMillisPerDay) {
-                ms -= kMillisPerDay;
-                ++days;
-            }
-        }
-        return formatDateTime(days, ms);
+        const size_t expected = timeBytes(t.scale) + (t.type == TimeN ? 0 : t.type == DateTime2N ? 3 : 5);
+        if (size != expected)
+            throw ProtocolError("a time parameter's length does not match its scale");
+        temporal::Moment m;
+        m.ticks = timeTicks(r, t.scale);
+        if (t.type == TimeN)
+            return temporal::formatTime(m.ticks, t.scale);
+        m.days = readLittle(r, 3, false);
+        if (m.days > temporal::daysSince0001(9999, 12, 31))
+            throw ProtocolError("a date parameter lies after the year 9999");
+        if (t.type == DateTime2N)
+            return formatDateTime(m.days + kDay0001 - kDay1900, m.ticks / 10000);
+        // Sent as UTC with the offset beside it; the text shows the time where it was written.
+        m.offsetMinutes = static_cast<int16_t>(r.u16());
+        if (m.offsetMinutes < -14 * 60 || m.offsetMinutes > 14 * 60)
+            throw ProtocolError("a datetimeoffset parameter's offset is beyond 14 hours");
+        m.ticks += m.offsetMinutes * 60 * temporal::kTicksPerSecond;
+        temporal::normalizeDay(m.days, m.ticks);
+        return temporal::dateTimeOffsetText(m, t.scale);
     }
     case BigVarBinary:
     case BigBinary:
@@ -709,8 +752,17 @@ ColumnInfo columnInfoOf(const WireType& t)
     case DateTimN:
     case DateN:
     case DateTime2N:
-    case DateTimeOffsetN:
         c.type = SqlType::DateTime;
+        break;
+    case TimeN:
+        c.type = SqlType::Time;
+        c.maxLength = 5;
+        c.scale = t.scale;
+        break;
+    case DateTimeOffsetN:
+        c.type = SqlType::DateTimeOffset;
+        c.maxLength = 10;
+        c.scale = t.scale;
         break;
     case Guid:
         c.type = SqlType::UniqueIdentifier;
@@ -731,10 +783,9 @@ ColumnInfo columnInfoOf(const WireType& t)
         break;
     case NText:
     case Xml:
-    case TimeN:
     case Null:
         c.type = SqlType::NVarChar;
-        c.maxLength = t.type == TimeN ? 16 : -1;
+        c.maxLength = -1;
         break;
     case BigVarBinary:
     case BigBinary:

@@ -1,0 +1,100 @@
+#include "ChemistryLibrary.h"
+
+#include "LfError.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace {
+
+#ifdef _WIN32
+constexpr const char* kModuleName = "lf_chemistry_rdkit.dll";
+#else
+constexpr const char* kModuleName = "liblf_chemistry_rdkit.so";
+#endif
+
+// What the wizard finds when the chemistry library is not installed: molecules cannot be
+// created, exactly as when the component is missing from the registry. The drawing
+// application is a program of its own that this platform does not have: nothing to start.
+class MissingChemistryLibrary : public ChemistryLibrary {
+public:
+    std::unique_ptr<Molecule> CreateMolecule() override
+    {
+        throw LfError(kCannotCreateObject, "Strucora10.Molecule", "cannot create object");
+    }
+    std::shared_ptr<DrawingApplication> AttachDrawingApplication() override
+    {
+        return std::make_shared<DrawingApplication>();
+    }
+    std::shared_ptr<DrawingApplication> CreateDrawingApplication() override
+    {
+        return std::make_shared<DrawingApplication>();
+    }
+};
+
+using EntryPoint = ChemistryLibrary* (*)();
+
+EntryPoint loadEntryPoint(const std::string& path)
+{
+#ifdef _WIN32
+    HMODULE module = LoadLibraryA(path.c_str());
+    return module ? reinterpret_cast<EntryPoint>(GetProcAddress(module, kChemistryModuleEntryPoint))
+                  : nullptr;
+#else
+    // The module stays loaded for the life of the process: molecules it made may outlive any
+    // one library object.
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    return module ? reinterpret_cast<EntryPoint>(dlsym(module, kChemistryModuleEntryPoint)) : nullptr;
+#endif
+}
+
+std::filesystem::path programFolder()
+{
+#ifdef _WIN32
+    char buf[MAX_PATH] = {0};
+    GetModuleFileNameA(nullptr, buf, MAX_PATH);
+    return std::filesystem::path(buf).parent_path();
+#else
+    std::error_code ec;
+    auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    return ec ? std::filesystem::path() : exe.parent_path();
+#endif
+}
+
+std::string defaultModulePath()
+{
+    if (const char* env = std::getenv("LABFOLIO_CHEMISTRY_MODULE"))
+        return env;
+    std::error_code ec;
+    auto beside = programFolder() / kModuleName;
+    if (std::filesystem::exists(beside, ec))
+        return beside.string();
+#ifdef LF_CHEMISTRY_MODULE_BUILD_PATH
+    return LF_CHEMISTRY_MODULE_BUILD_PATH;
+#else
+    return beside.string();
+#endif
+}
+
+} // namespace
+
+std::shared_ptr<ChemistryLibrary> LoadChemistryLibrary(const std::string& modulePath)
+{
+    EntryPoint create = loadEntryPoint(modulePath.empty() ? defaultModulePath() : modulePath);
+    if (ChemistryLibrary* library = create ? create() : nullptr)
+        return std::shared_ptr<ChemistryLibrary>(library);
+    return std::make_shared<MissingChemistryLibrary>();
+}
+
+ServiceSlot<ChemistryLibrary>& chemistryLibrarySlot()
+{
+    static ServiceSlot<ChemistryLibrary> slot([] { return LoadChemistryLibrary(); });
+    return slot;
+}

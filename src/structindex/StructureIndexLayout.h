@@ -1,0 +1,79 @@
+#pragma once
+
+// The byte layout of the structure index files (README.md in this folder describes it for
+// readers of the files). Everything is little-endian.
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "MoleculeRecord.h"
+
+namespace indexlayout {
+
+enum class FileKind { Mst, Msx, Mss, Msk, Msf };
+inline constexpr size_t kFileCount = 5;
+inline constexpr std::array<FileKind, kFileCount> kKinds = {FileKind::Mst, FileKind::Msx, FileKind::Mss,
+                                                            FileKind::Msk, FileKind::Msf};
+// Companions first, the .mst last.
+inline constexpr std::array<FileKind, kFileCount> kCreationOrder = {
+    FileKind::Msx, FileKind::Mss, FileKind::Msk, FileKind::Msf, FileKind::Mst};
+
+inline constexpr size_t kHeaderSize = 32;
+inline constexpr size_t kParametersSize = 32;
+inline constexpr size_t kCommitSize = 32;
+// Size of one structure's record in each file; 0 where records vary.
+inline constexpr size_t kEntrySize[kFileCount] = {0, 24, 0, MoleculeRecord::kFingerprintBits / 8, 16};
+inline constexpr uint32_t kFlagNoStructure = 1;
+
+std::filesystem::path companionPath(const std::filesystem::path& mst, FileKind kind);
+
+std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid);
+enum class HeaderProblem { None, Foreign, NewerVersion };
+struct HeaderCheck {
+    HeaderProblem problem = HeaderProblem::None;
+    uint64_t uid = 0;
+};
+HeaderCheck checkHeader(FileKind kind, const uint8_t* header);
+std::string describe(HeaderProblem problem);
+
+std::vector<uint8_t> encodeParameters();
+bool checkParameters(const uint8_t* parameters);
+
+struct CommitRecord {
+    uint32_t sequence = 0;
+    uint64_t count = 0;     // structures
+    uint64_t dataBytes = 0; // molecule bytes in .mss after its header
+};
+std::array<uint8_t, kCommitSize> encodeCommit(const CommitRecord& record);
+std::optional<CommitRecord> decodeCommit(const uint8_t* raw);
+uint64_t commitOffset(uint32_t slot);
+// Whether files of these sizes (in the order of kKinds) hold everything the record covers.
+bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes);
+
+inline uint64_t entryOffset(FileKind kind, uint64_t position)
+{
+    return kHeaderSize + position * kEntrySize[static_cast<size_t>(kind)];
+}
+
+struct Entry {
+    uint64_t offset = 0; // into .mss, after its header
+    uint32_t length = 0;
+    uint32_t flags = 0;
+    uint32_t identifier = 0;
+    uint32_t crc = 0; // of the molecule bytes
+};
+void appendEntry(std::vector<uint8_t>& out, const Entry& entry);
+Entry decodeEntry(const uint8_t* raw);
+
+void appendFingerprint(std::vector<uint8_t>& out, const MoleculeRecord::Fingerprint& fingerprint);
+void decodeFingerprint(const uint8_t* raw, MoleculeRecord::Fingerprint& fingerprint);
+void appendFacts(std::vector<uint8_t>& out, const MoleculeRecord& record);
+void decodeFacts(const uint8_t* raw, MoleculeRecord& record);
+
+uint32_t crc32(const void* data, size_t size);
+
+} // namespace indexlayout

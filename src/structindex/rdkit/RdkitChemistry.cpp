@@ -1,0 +1,79 @@
+// The chemistry library over RDKit, built as the module the wizard loads at run time. The only
+// translation unit of the wizard that includes RDKit's headers.
+#include "ChemistryLibrary.h"
+#include "LfError.h"
+
+#include <GraphMol/RWMol.h>
+
+#include <GraphMol/FileParsers/CDXMLParser.h>
+#include <GraphMol/Fingerprints/Fingerprints.h>
+#include <GraphMol/MolOps.h>
+#include <GraphMol/MolPickler.h>
+#include <GraphMol/RingInfo.h>
+#include <DataStructs/ExplicitBitVect.h>
+
+#include <memory>
+
+namespace {
+
+class RdkitMolecule : public Molecule {
+public:
+    void Read(const std::string& path) override
+    {
+        std::vector<std::unique_ptr<RDKit::RWMol>> parts;
+        try {
+            parts = RDKit::CDXMLFileToMols(path, true, true);
+        } catch (const std::exception& e) {
+            throw LfError(LfError::kObjectError513, "Strucora10.Molecule.Read", e.what());
+        }
+        if (parts.empty())
+            throw LfError(LfError::kObjectError513, "Strucora10.Molecule.Read",
+                          "no structure in \"" + path + "\"");
+        // A document with several fragments is one structure, as it was drawn.
+        RDKit::RWMol whole(*parts.front());
+        for (size_t i = 1; i < parts.size(); ++i)
+            whole.insertMol(*parts[i]);
+        if (whole.getRingInfo() == nullptr || !whole.getRingInfo()->isInitialized())
+            RDKit::MolOps::findSSSR(whole);
+
+        MoleculeRecord r;
+        RDKit::MolPickler::pickleMol(whole, r.binary);
+        std::unique_ptr<ExplicitBitVect> fp(
+            RDKit::PatternFingerprintMol(whole, MoleculeRecord::kFingerprintBits));
+        for (unsigned bit = 0; bit < MoleculeRecord::kFingerprintBits; ++bit)
+            if (fp->getBit(bit))
+                r.fingerprint[bit / 64] |= uint64_t{1} << (bit % 64);
+        r.heavyAtoms = whole.getNumHeavyAtoms();
+        r.bonds = whole.getNumBonds();
+        r.rings = whole.getRingInfo()->numRings();
+        m_record = std::move(r);
+    }
+
+    MoleculeRecord record() const override { return m_record; }
+
+private:
+    MoleculeRecord m_record;
+};
+
+class RdkitChemistryLibrary : public ChemistryLibrary {
+public:
+    std::unique_ptr<Molecule> CreateMolecule() override { return std::make_unique<RdkitMolecule>(); }
+
+    // RDKit has no separate drawing program: there is nothing to attach to or to start, and
+    // the conversion works without one.
+    std::shared_ptr<DrawingApplication> AttachDrawingApplication() override
+    {
+        return std::make_shared<DrawingApplication>();
+    }
+    std::shared_ptr<DrawingApplication> CreateDrawingApplication() override
+    {
+        return std::make_shared<DrawingApplication>();
+    }
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) ChemistryLibrary* lf_create_chemistry_library()
+{
+    return new RdkitChemistryLibrary();
+}

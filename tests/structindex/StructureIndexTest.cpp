@@ -1,0 +1,221 @@
+#include "StructureIndex.h"
+
+#include "FakeChemistry.h"
+#include "LfError.h"
+#include "TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class StructureIndexTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    std::string mst = (dir.path() / "Labfolio.mst").string();
+
+    static void add(StructureIndex& index, const std::string& text)
+    {
+        FakeMolecule m(text);
+        index.AddMolecule(&m, 0);
+    }
+
+    void appendBytes(const std::string& ext, const std::string& bytes)
+    {
+        std::ofstream(fs::path(mst).replace_extension(ext), std::ios::binary | std::ios::app) << bytes;
+    }
+};
+
+TEST_F(StructureIndexTest, CreatesAllFiveFilesAndNumbersFromOne)
+{
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    for (const char* ext : {".mst", ".msx", ".mss", ".msk", ".msf"})
+        EXPECT_TRUE(fs::exists(fs::path(mst).replace_extension(ext))) << ext;
+    EXPECT_EQ(index.LastIdentifier(), 0);
+    add(index, "a");
+    EXPECT_EQ(index.LastIdentifier(), 1);
+    index.AddMolecule(nullptr, 0);
+    EXPECT_EQ(index.LastIdentifier(), 2);
+    add(index, "ccc");
+    EXPECT_EQ(index.LastIdentifier(), 3);
+}
+
+TEST_F(StructureIndexTest, ReopensWithWhatWasAddedAndContinuesTheIdentifiers)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "first");
+        index.AddMolecule(nullptr, 0);
+        index.Commit();
+        add(index, "third"); // committed when the document goes
+    }
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    ASSERT_EQ(index.Count(), 3);
+    EXPECT_EQ(index.LastIdentifier(), 3);
+    EXPECT_EQ(index.Record(0).binary, "mol:first");
+    EXPECT_EQ(index.Record(0).fingerprint, FakeMolecule::recordOf("first").fingerprint);
+    EXPECT_EQ(index.Record(0).heavyAtoms, 5u);
+    EXPECT_TRUE(index.Record(1).empty());
+    EXPECT_EQ(index.Record(2).binary, "mol:third");
+    add(index, "fourth");
+    EXPECT_EQ(index.LastIdentifier(), 4);
+}
+
+TEST_F(StructureIndexTest, DropsWhatWasWrittenAfterTheLastCommit)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "kept");
+        index.Commit();
+    }
+    // A build killed half-way through a slice: companions hold more than the commit covers.
+    appendBytes(".mss", "mol:half-written");
+    appendBytes(".msx", std::string(24, '\x7f'));
+    appendBytes(".msk", std::string(100, '\x01'));
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    EXPECT_EQ(index.Count(), 1);
+    add(index, "next");
+    index.Commit();
+    StructureIndex again;
+    again.OpenOrCreate(mst, 0);
+    ASSERT_EQ(again.Count(), 2);
+    EXPECT_EQ(again.Record(1).binary, "mol:next");
+}
+
+TEST_F(StructureIndexTest, ATornCommitRecordLeavesThePreviousOneInForce)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "one");
+        index.Commit(); // record 1, slot 1
+        add(index, "two");
+        index.Commit(); // record 2, slot 0
+    }
+    {
+        std::fstream f(mst, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(64 + 10); // inside slot 0
+        f.put('\xff');
+    }
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    EXPECT_EQ(index.Count(), 1);
+    EXPECT_EQ(index.Record(0).binary, "mol:one");
+}
+
+TEST_F(StructureIndexTest, RefusesForeignDamagedAndLaterFiles)
+{
+    auto expectRefused = [&](const std::string& fragment) {
+        StructureIndex index;
+        try {
+            index.OpenOrCreate(mst, 0);
+            ADD_FAILURE() << "opened";
+        } catch (const LfError& e) {
+            EXPECT_EQ(e.number(), LfError::kObjectError513);
+            EXPECT_NE(e.description().find(fragment), std::string::npos) << e.description();
+            EXPECT_NE(e.description().find(mst), std::string::npos);
+        }
+    };
+    dir.write("Labfolio.mst", "this is a text file, not an index");
+    expectRefused("is not a structure index file");
+
+    fs::remove(mst);
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+    }
+    {
+        std::fstream f(mst, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(8);
+        f.put('\x09'); // format version 9
+    }
+    expectRefused("later version");
+
+    fs::remove(mst);
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+    }
+    fs::remove(fs::path(mst).replace_extension(".msk"));
+    expectRefused("\"Labfolio.msk\" is missing");
+
+    // A companion of another index.
+    TempDir other;
+    {
+        StructureIndex index;
+        index.OpenOrCreate((other.path() / "Labfolio.mst").string(), 0);
+    }
+    fs::copy_file(other.path() / "Labfolio.msk", fs::path(mst).replace_extension(".msk"));
+    expectRefused("belongs to another structure index");
+
+    fs::remove(mst);
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+    }
+    fs::resize_file(mst, 70); // both commit slots cut away
+    expectRefused("damaged");
+}
+
+TEST_F(StructureIndexTest, OnlyModeZeroOpens)
+{
+    StructureIndex index;
+    EXPECT_THROW(index.OpenOrCreate(mst, 1), LfError);
+    EXPECT_FALSE(fs::exists(mst));
+}
+
+// A disk that fills up while structures are added: the failing commit raises the product's
+// error, and the files open again with exactly what the last successful commit held.
+TEST_F(StructureIndexTest, AFullDiskKeepsTheLastCommit)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+    }
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{64 * 1024, 64 * 1024}; // files may not grow beyond 64 KB
+        setrlimit(RLIMIT_FSIZE, &limit);
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        int committed = 0;
+        try {
+            for (;;) {
+                add(index, std::string(300, 'x'));
+                index.Commit();
+                ++committed;
+            }
+        } catch (const LfError& e) {
+            std::ofstream((dir.path() / "committed").string()) << committed;
+            _exit(e.description().find("while writing the structure index") == std::string::npos ? 3 : 0);
+        }
+        _exit(4);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    ASSERT_EQ(WEXITSTATUS(status), 0);
+    int committed = -1;
+    std::ifstream((dir.path() / "committed").string()) >> committed;
+    ASSERT_GT(committed, 10);
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    EXPECT_EQ(index.Count(), committed);
+    EXPECT_EQ(index.Record(committed - 1).binary, "mol:" + std::string(300, 'x'));
+}
+
+} // namespace
