@@ -44,11 +44,7 @@ public:
                  ("labfolio-fuzz-" + std::to_string(::getpid()) + "-" + name))
     {
     }
-    ~InputFile()
-    {
-        std::error_code ec;
-        std::filesystem::remove(m_path, ec);
-    }
+    ~InputFile() { remove(); }
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
@@ -61,6 +57,12 @@ public:
             std::abort(); // the harness cannot do its work; not a finding in the parser
         }
         return m_path;
+    }
+    const std::filesystem::path& path() const { return m_path; }
+    void remove()
+    {
+        std::error_code ec;
+        std::filesystem::remove(m_path, ec);
     }
 
 private:

@@ -269,3 +269,61 @@ for i, lines in enumerate([["[oledb]", UDL_CONN], ["Data Source=", "data source=
                            ["DATA SOURCE=srv \t ;Data Source=other"], ["Data Source= \t"],
                            ["Data Source=first", "no key here"], [""]]):
     write("DataSourceLine", f"lines-{i:02}", "\0".join(lines))
+
+# --- structure index ----------------------------------------------------------------------
+# The five files of an index, cut apart by "#LFFUZZ#"; the first byte set to 1 has the harness
+# put the right CRC-32 into the commit records.
+import zlib
+
+IDX_MAGIC = [b"LFIDXMST", b"LFIDXMSX", b"LFIDXMSS", b"LFIDXMSK", b"LFIDXMSF"]
+IDX_RECORD = [0, 24, 0, 256, 16]
+
+
+def idx_header(kind, uid=0x1122334455667788, version=1):
+    return IDX_MAGIC[kind] + struct.pack("<IIQQ", version, IDX_RECORD[kind], uid, 0)
+
+
+def idx_commit(sequence, count, data_bytes):
+    raw = struct.pack("<IIQQI", 0x5243464C, sequence, count, data_bytes, 0)
+    return raw + struct.pack("<I", zlib.crc32(raw))
+
+
+def index_files(molecules, commits=None, uid=0x1122334455667788):
+    """molecules: the .mss bytes of each structure (b"" for none)."""
+    params = struct.pack("<II", 1, 2048) + b"RDKit Pattern 1.0.0\0"
+    params += b"\0" * (32 - len(params))
+    msx, mss, msk, msf = b"", b"", b"", b""
+    for i, mol in enumerate(molecules):
+        msx += struct.pack("<QIIII", len(mss), len(mol), 0 if mol else 1, i + 1, zlib.crc32(mol))
+        mss += mol
+        msk += bytes([i & 0xFF]) * 256
+        msf += struct.pack("<IIII", len(mol) // 4, len(mol) // 5, 1, 0)
+    if commits is None:
+        commits = [idx_commit(0, 0, 0), idx_commit(1, len(molecules), len(mss))]
+    return [idx_header(0, uid) + params + b"".join(commits), idx_header(1, uid) + msx,
+            idx_header(2, uid) + mss, idx_header(3, uid) + msk, idx_header(4, uid) + msf]
+
+
+def index_input(files, fix_crcs=False):
+    return bytes([1 if fix_crcs else 0]) + b"#LFFUZZ#".join(files)
+
+
+MOLS = [b"", b"\x01pickle-one", b"\x02pickle-two-longer"]
+write("StructureIndex", "three", index_input(index_files(MOLS)))
+write("StructureIndex", "empty", index_input(index_files([])))
+write("StructureIndex", "fix-crcs", index_input(index_files(MOLS), fix_crcs=True))
+stopped = index_files(MOLS[:2])
+stopped = [f + extra for f, extra in zip(stopped, [b"", b"\0" * 24, b"more", b"\0" * 256, b"\0" * 16])]
+write("StructureIndex", "stopped-after-commit", index_input(stopped))
+write("StructureIndex", "newer-version",
+      index_input([idx_header(0, version=2) + index_files(MOLS)[0][32:]] + index_files(MOLS)[1:]))
+other = index_files(MOLS)
+other[3] = idx_header(3, uid=7) + other[3][32:]
+write("StructureIndex", "companion-of-another", index_input(other))
+write("StructureIndex", "missing-companions", index_input(index_files(MOLS)[:3]))
+write("StructureIndex", "no-files", b"\0")
+write("StructureIndex", "bad-commits",
+      index_input(index_files(MOLS, commits=[idx_commit(5, 9, 0), idx_commit(6, 3, 99)[:-1] + b"\0"])))
+damaged = index_files(MOLS)
+damaged[1] = damaged[1][:32 + 24 + 8] + struct.pack("<I", 0xFFFFFFF0) + damaged[1][32 + 24 + 12:]
+write("StructureIndex", "crash-entry-length-huge", index_input(damaged))
