@@ -327,3 +327,20 @@ write("StructureIndex", "bad-commits",
 damaged = index_files(MOLS)
 damaged[1] = damaged[1][:32 + 24 + 8] + struct.pack("<I", 0xFFFFFFF0) + damaged[1][32 + 24 + 12:]
 write("StructureIndex", "crash-entry-length-huge", index_input(damaged))
+
+# --- CDXML of stored structures -----------------------------------------------------------
+with open(os.path.join(os.path.dirname(ROOT), "..", "tests", "data", "structindex", "nci30.txt")) as f:
+    NCI = f.read().splitlines()
+for i in (0, 5, 12):
+    write("MoleculeFromCDXML", f"nci-{i:02}", NCI[i])
+CDXML_HEAD = '<?xml version="1.0"?><CDXML><page><fragment>'
+CDXML_TAIL = "</fragment></page></CDXML>"
+write("MoleculeFromCDXML", "two-fragments",
+      '<?xml version="1.0"?><CDXML><page><fragment><n id="1" p="0 0"/><n id="2" p="30 0" Element="7"/>'
+      '<b B="1" E="2" Order="3"/></fragment><fragment><n id="3" p="90 0" Element="17" Charge="-1"/>'
+      "</fragment></page></CDXML>")
+write("MoleculeFromCDXML", "bond-to-nowhere", CDXML_HEAD + '<n id="1" p="0 0"/><b B="1" E="9"/>' + CDXML_TAIL)
+write("MoleculeFromCDXML", "element-out-of-range", CDXML_HEAD + '<n id="1" p="0 0" Element="250"/>' + CDXML_TAIL)
+write("MoleculeFromCDXML", "no-fragment", '<?xml version="1.0"?><CDXML><page/></CDXML>')
+write("MoleculeFromCDXML", "not-cdxml", "this is not a CDXML document")
+write("MoleculeFromCDXML", "unclosed", CDXML_HEAD + '<n id="1" p="0 0"')
