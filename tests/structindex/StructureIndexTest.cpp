@@ -234,8 +234,8 @@ TEST_F(StructureIndexTest, AnEntryClaimingMoreThanTheDataIsDamagedAndAllocatesNo
         f.seekp(32 + 8);
         f.write("\xf0\xff\xff\xff", 4);
     }
-    // In a process that cannot map 4 GB, as a busy 32-bit-sized machine could not: the read must
-    // not try to hold what the damaged entry claims.
+    // In a process limited to 1 GB of address space: the read reports the structure as damaged
+    // without trying to hold the 4 GB its entry claims, and the next structure still reads.
     pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
