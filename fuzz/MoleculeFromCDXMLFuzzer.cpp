@@ -30,6 +30,14 @@ ChemistryLibrary& library()
 
 } // namespace
 
+// libFuzzer calls this before its first input: the module is loaded by then, so that its
+// coverage counters are registered with the rest.
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    library();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     ChemistryLibrary& chemistry = library();
