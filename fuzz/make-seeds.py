@@ -209,3 +209,138 @@ for name, text in {"datetime": "2024-02-29 13:45:12.123", "date": "1900-01-01", 
                    "crash-one-digit-seconds-year-1": "1-01-02 10:20:3",
                    "crash-one-digit-seconds": "2020-01-02 10:20:1"}.items():
     write("TdsValueText", name, text)
+
+# --- service list, service file, server configuration -------------------------------------
+SERVICE = ("<service><name>Lab</name><type>Client/Server</type><authentication>Windows</authentication>"
+           "<configPath>LabData_SRV01.xml</configPath><LoggingFlags>0</LoggingFlags></service>")
+DESKTOP = ("<service><name>Desktop</name><type>Desktop</type><authentication>Windows</authentication>"
+           "<LoggingFlags>0</LoggingFlags></service>")
+write("ServiceList", "two-services", "<services>" + DESKTOP + SERVICE + "</services>")
+write("ServiceList", "empty", "<services/>")
+write("ServiceList", "comments-and-declaration",
+      '<?xml version="1.0"?>\r\n<!-- edited by hand -->\r\n<services>\r\n  ' + SERVICE +
+      "\r\n  <other a=\"&quot;1&quot;\"><![CDATA[x]]></other>\r\n</services>\r\n")
+write("ServiceList", "utf16", b"\xff\xfe" + utf16("<services>" + SERVICE + "</services>"))
+write("ServiceList", "not-a-list", SERVICE)
+write("ServiceList", "two-roots", "<services/><services/>")
+write("ServiceList", "text-outside", "<services/>x")
+write("ServiceList", "unclosed", "<services><service><name>Lab</service>")
+write("ServiceList", "empty-file", "")
+
+write("ServiceFile", "client-server", SERVICE)
+write("ServiceFile", "desktop", DESKTOP)
+write("ServiceFile", "type-wrong-case", SERVICE.replace("Client/Server", "client/server"))
+write("ServiceFile", "no-config-path", SERVICE.replace("<configPath>LabData_SRV01.xml</configPath>", ""))
+write("ServiceFile", "config-path-bad-name", SERVICE.replace("LabData_SRV01.xml", "Lab*|?.xml"))
+write("ServiceFile", "entities", SERVICE.replace("<name>Lab</name>", "<name>L&amp;b &#x1F9EA;&#13;</name>"))
+write("ServiceFile", "list-not-file", "<services>" + SERVICE + "</services>")
+write("ServiceFile", "unclosed", "<service><name>Lab</service>")
+write("ServiceFile", "utf16-bom", b"\xff\xfe" + utf16(SERVICE))
+
+CONFIG = ("<lfserver><connectionString>file name=LabData_SRV01.udl</connectionString>"
+          "<authenticator>LabfolioSQL9.SqlServerAuthenticator</authenticator><schemaName/>"
+          "<LoggingFlags>0</LoggingFlags><webLogging>0</webLogging>"
+          "<MSTFile>\\\\SRV01\\Labfolio\\LabData.mst</MSTFile><version>10.0.0</version></lfserver>")
+write("ServerConfigFile", "created", CONFIG)
+write("ServerConfigFile", "no-prefix", "<lfserver><connectionString>LabData.udl</connectionString></lfserver>")
+write("ServerConfigFile", "prefix-only", "<lfserver><connectionString>file name=</connectionString></lfserver>")
+write("ServerConfigFile", "prefix-twice",
+      "<lfserver><connectionString>file name=file name=x.udl</connectionString></lfserver>")
+write("ServerConfigFile", "bad-name", "<lfserver><connectionString>Lab*.udl</connectionString></lfserver>")
+write("ServerConfigFile", "extra-and-mixed",
+      "<lfserver><extra>keep &amp; this</extra><connectionString>a<!--c-->b.udl</connectionString>"
+      "<version><v/>1</version></lfserver>")
+write("ServerConfigFile", "no-connection", "<lfserver><authenticator>x</authenticator></lfserver>")
+write("ServerConfigFile", "wrong-root", SERVICE)
+
+# --- data link file -----------------------------------------------------------------------
+UDL_HEAD = "[oledb]\r\n; Everything after this line is an OLE DB initstring\r\n"
+UDL_CONN = ("Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;"
+            "Initial Catalog=LFOffline9;Data Source=PC1\\VELDRIN")
+write("DataLinkFile", "utf16-bom", b"\xff\xfe" + utf16(UDL_HEAD + UDL_CONN))
+write("DataLinkFile", "utf8", UDL_HEAD + UDL_CONN + "\r\n")
+write("DataLinkFile", "utf8-bom", b"\xef\xbb\xbf" + (UDL_HEAD + "data source = x;DATA SOURCE=(local) ;a=b").encode())
+write("DataLinkFile", "utf16-odd", b"\xff\xfe" + utf16(UDL_HEAD + UDL_CONN)[:-1])
+write("DataLinkFile", "utf16-unpaired", b"\xff\xfe" + utf16(UDL_HEAD + "Data Source=") + b"\x3d\xd8")
+write("DataLinkFile", "bom-only", b"\xff\xfe")
+write("DataLinkFile", "no-data-source", UDL_HEAD + "Provider=SQLOLEDB.1")
+
+for i, lines in enumerate([["[oledb]", UDL_CONN], ["Data Source=", "data source=A;B", "x"],
+                           ["DATA SOURCE=srv \t ;Data Source=other"], ["Data Source= \t"],
+                           ["Data Source=first", "no key here"], [""]]):
+    write("DataSourceLine", f"lines-{i:02}", "\0".join(lines))
+
+# --- structure index ----------------------------------------------------------------------
+# The five files of an index, cut apart by "#LFFUZZ#"; the first byte set to 1 has the harness
+# put the right CRC-32 into the commit records.
+import zlib
+
+IDX_MAGIC = [b"LFIDXMST", b"LFIDXMSX", b"LFIDXMSS", b"LFIDXMSK", b"LFIDXMSF"]
+IDX_RECORD = [0, 24, 0, 256, 16]
+
+
+def idx_header(kind, uid=0x1122334455667788, version=1):
+    return IDX_MAGIC[kind] + struct.pack("<IIQQ", version, IDX_RECORD[kind], uid, 0)
+
+
+def idx_commit(sequence, count, data_bytes):
+    raw = struct.pack("<IIQQI", 0x5243464C, sequence, count, data_bytes, 0)
+    return raw + struct.pack("<I", zlib.crc32(raw))
+
+
+def index_files(molecules, commits=None, uid=0x1122334455667788):
+    """molecules: the .mss bytes of each structure (b"" for none)."""
+    params = struct.pack("<II", 1, 2048) + b"RDKit Pattern 1.0.0\0"
+    params += b"\0" * (32 - len(params))
+    msx, mss, msk, msf = b"", b"", b"", b""
+    for i, mol in enumerate(molecules):
+        msx += struct.pack("<QIIII", len(mss), len(mol), 0 if mol else 1, i + 1, zlib.crc32(mol))
+        mss += mol
+        msk += bytes([i & 0xFF]) * 256
+        msf += struct.pack("<IIII", len(mol) // 4, len(mol) // 5, 1, 0)
+    if commits is None:
+        commits = [idx_commit(0, 0, 0), idx_commit(1, len(molecules), len(mss))]
+    return [idx_header(0, uid) + params + b"".join(commits), idx_header(1, uid) + msx,
+            idx_header(2, uid) + mss, idx_header(3, uid) + msk, idx_header(4, uid) + msf]
+
+
+def index_input(files, fix_crcs=False):
+    return bytes([1 if fix_crcs else 0]) + b"#LFFUZZ#".join(files)
+
+
+MOLS = [b"", b"\x01pickle-one", b"\x02pickle-two-longer"]
+write("StructureIndex", "three", index_input(index_files(MOLS)))
+write("StructureIndex", "empty", index_input(index_files([])))
+write("StructureIndex", "fix-crcs", index_input(index_files(MOLS), fix_crcs=True))
+stopped = index_files(MOLS[:2])
+stopped = [f + extra for f, extra in zip(stopped, [b"", b"\0" * 24, b"more", b"\0" * 256, b"\0" * 16])]
+write("StructureIndex", "stopped-after-commit", index_input(stopped))
+write("StructureIndex", "newer-version",
+      index_input([idx_header(0, version=2) + index_files(MOLS)[0][32:]] + index_files(MOLS)[1:]))
+other = index_files(MOLS)
+other[3] = idx_header(3, uid=7) + other[3][32:]
+write("StructureIndex", "companion-of-another", index_input(other))
+write("StructureIndex", "missing-companions", index_input(index_files(MOLS)[:3]))
+write("StructureIndex", "no-files", b"\0")
+write("StructureIndex", "bad-commits",
+      index_input(index_files(MOLS, commits=[idx_commit(5, 9, 0), idx_commit(6, 3, 99)[:-1] + b"\0"])))
+damaged = index_files(MOLS)
+damaged[1] = damaged[1][:32 + 24 + 8] + struct.pack("<I", 0xFFFFFFF0) + damaged[1][32 + 24 + 12:]
+write("StructureIndex", "crash-entry-length-huge", index_input(damaged))
+
+# --- CDXML of stored structures -----------------------------------------------------------
+with open(os.path.join(os.path.dirname(ROOT), "..", "tests", "data", "structindex", "nci30.txt")) as f:
+    NCI = f.read().splitlines()
+for i in (0, 5, 12):
+    write("MoleculeFromCDXML", f"nci-{i:02}", NCI[i])
+CDXML_HEAD = '<?xml version="1.0"?><CDXML><page><fragment>'
+CDXML_TAIL = "</fragment></page></CDXML>"
+write("MoleculeFromCDXML", "two-fragments",
+      '<?xml version="1.0"?><CDXML><page><fragment><n id="1" p="0 0"/><n id="2" p="30 0" Element="7"/>'
+      '<b B="1" E="2" Order="3"/></fragment><fragment><n id="3" p="90 0" Element="17" Charge="-1"/>'
+      "</fragment></page></CDXML>")
+write("MoleculeFromCDXML", "bond-to-nowhere", CDXML_HEAD + '<n id="1" p="0 0"/><b B="1" E="9"/>' + CDXML_TAIL)
+write("MoleculeFromCDXML", "element-out-of-range", CDXML_HEAD + '<n id="1" p="0 0" Element="250"/>' + CDXML_TAIL)
+write("MoleculeFromCDXML", "no-fragment", '<?xml version="1.0"?><CDXML><page/></CDXML>')
+write("MoleculeFromCDXML", "not-cdxml", "this is not a CDXML document")
+write("MoleculeFromCDXML", "unclosed", CDXML_HEAD + '<n id="1" p="0 0"')

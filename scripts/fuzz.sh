@@ -47,6 +47,11 @@ cmake --build "$build" --target "fuzz_$target" -j "$(nproc)"
 work="$build/corpus/$target"
 crashes="$build/crashes"
 mkdir -p "$work" "$crashes"
+# Harnesses of readers that take a path rewrite a temporary file with each input: in memory that
+# runs ten times faster than on disk.
+if [ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ]; then
+  export TMPDIR=/dev/shm
+fi
 # libFuzzer runs in this process (no -jobs: that would fork workers logging to fuzz-N.log),
 # one input at a time, and stops after SECONDS or at the first crash.
 # shellcheck disable=SC2086

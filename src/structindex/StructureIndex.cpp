@@ -306,7 +306,10 @@ MoleculeRecord StructureIndex::Record(int64_t position) const
         readAt((*m_files)[FileKind::Msk], entryOffset(FileKind::Msk, n), rawKey.data(), rawKey.size()) &&
         readAt((*m_files)[FileKind::Msf], entryOffset(FileKind::Msf, n), rawFacts.data(), rawFacts.size());
     Entry e = ok ? decodeEntry(rawEntry.data()) : Entry{};
-    r.binary.resize(e.length);
+    // A damaged entry may claim up to 4 GB: only committed molecule data is ever read.
+    ok = ok && e.offset <= m_committedBytes && e.length <= m_committedBytes - e.offset;
+    if (ok)
+        r.binary.resize(e.length);
     ok = ok && (e.length == 0 ||
                 readAt((*m_files)[FileKind::Mss], kHeaderSize + e.offset, r.binary.data(), e.length));
     if (!ok || crc32(r.binary.data(), r.binary.size()) != e.crc)

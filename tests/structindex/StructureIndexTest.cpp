@@ -218,4 +218,44 @@ TEST_F(StructureIndexTest, AFullDiskKeepsTheLastCommit)
     EXPECT_EQ(index.Record(committed - 1).binary, "mol:" + std::string(300, 'x'));
 }
 
+TEST_F(StructureIndexTest, AnEntryClaimingMoreThanTheDataIsDamagedAndAllocatesNothing)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "one");
+        add(index, "two");
+        index.Commit();
+    }
+    {
+        // Structure 1's length, in the offset table after its header and the 8-byte offset.
+        std::fstream f(fs::path(mst).replace_extension(".msx"),
+                       std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(32 + 8);
+        f.write("\xf0\xff\xff\xff", 4);
+    }
+    // In a process limited to 1 GB of address space: the read reports the structure as damaged
+    // without trying to hold the 4 GB its entry claims, and the next structure still reads.
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        rlimit limit{1024L * 1024 * 1024, 1024L * 1024 * 1024};
+        setrlimit(RLIMIT_AS, &limit);
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        try {
+            index.Record(0);
+            _exit(3);
+        } catch (const LfError& e) {
+            if (e.description().find("structure 1 is damaged") == std::string::npos)
+                _exit(4);
+        }
+        _exit(index.Record(1).binary == "mol:two" ? 0 : 5);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
 } // namespace
