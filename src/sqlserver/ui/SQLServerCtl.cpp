@@ -298,9 +298,15 @@ void SQLServerCtl::startProbe(int index, const std::string& name)
 {
     sqlserver::ServerManager& manager = sqlserver::serverManager();
     const std::uint64_t scan = m_scan;
-    QtConcurrent::run(&m_probes, [&manager, name] {
-        return probeQualifies(manager, name);
-    }).then(this, [this, scan, index](bool qualifies) { probeFinished(scan, index, qualifies); });
+    // The probe posts its result to the page itself: the page outlives every probe (its pool
+    // waits for them when it is destroyed), and a result posted to a page destroyed since is
+    // dropped with the page's events. Nothing of the probe's future is shared between threads.
+    m_probes.start([this, &manager, name, scan, index] {
+        const bool qualifies = probeQualifies(manager, name);
+        QMetaObject::invokeMethod(
+            this, [this, scan, index, qualifies] { probeFinished(scan, index, qualifies); },
+            Qt::QueuedConnection);
+    });
 }
 
 void SQLServerCtl::probeFinished(std::uint64_t scan, int index, bool qualifies)
