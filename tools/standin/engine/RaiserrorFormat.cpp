@@ -27,7 +27,7 @@ std::string printed(const std::string& marker, auto value)
 {
     throw SqlError(2786, 16,
                    "The data type of substitution parameter " + std::to_string(argument + 1) +
-                       " does not match the expected type of the format specification.");
+                       " does not match the type its format marker expects.");
 }
 
 } // namespace
