@@ -2,10 +2,9 @@
 // page (offscreen): the longest time the window's event loop went without running, and the total
 // time against the server's backup plus cp of the backup alone, measured in the same run.
 //   build/bench/engine_migration_bench [MB]
-#include "sqlserver_E2eSupport.h"
+#include "engine_MigrationMachine.h"
 
 #include "DBMigrateProgressCtl.h"
-#include "RegistryFixture.h"
 #include "ScriptedPrompter.h"
 #include "ServerManager.h"
 #include "TempDir.h"
@@ -54,15 +53,8 @@ int main(int argc, char** argv)
     const int megabytes = argc > 1 ? std::atoi(argv[1]) : 200;
 
     TempDir dir;
-    auto desktop = StandinMachine::instance("VELDRIN", "LABHOST");
-    desktop.seedArguments = {"--user", "PC1\\alice"};
-    StandinMachine machine({desktop, StandinMachine::instance("MULTI", "LABSRV2")}, 0);
-    RegistryFixture registry(
-        std::string(regtext::kHeader) +
-        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell "
-        "Folders]\r\n\"Common AppData\"=\"" +
-        (dir.path() / "appdata").string() + "\"\r\n\r\n");
-    machine.system->user = "PC1\\alice";
+    MigrationMachine migration(dir, 0);
+    StandinMachine& machine = migration.machine;
     for (const char* folder : {"baseline", "backups", "shared"})
         fs::create_directories(dir.path() / folder);
     for (const char* ext : {"mst", "msx", "mss", "msk", "msf"})

@@ -1,10 +1,9 @@
 // A migration run through the real progress page against the SQL Server stand-in, on the
 // offscreen platform: the page keeps painting while the server backs up, and a picture of it is
 // taken mid-backup.
-#include "sqlserver_E2eSupport.h"
+#include "engine_MigrationMachine.h"
 
 #include "DBMigrateProgressCtl.h"
-#include "RegistryFixture.h"
 #include "ScriptedPrompter.h"
 #include "TempDir.h"
 
@@ -24,15 +23,8 @@ namespace fs = std::filesystem;
 TEST(ProgressPageE2e, MigrationThroughThePageKeepsTheWindowAliveAndShowsTheBackup)
 {
     TempDir dir;
-    auto desktop = StandinMachine::instance("VELDRIN", "LABHOST");
-    desktop.seedArguments = {"--user", "PC1\\alice"};
-    StandinMachine machine({desktop, StandinMachine::instance("MULTI", "LABSRV2")}, 150);
-    RegistryFixture registry(
-        std::string(regtext::kHeader) +
-        "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell "
-        "Folders]\r\n\"Common AppData\"=\"" +
-        (dir.path() / "appdata").string() + "\"\r\n\r\n");
-    machine.system->user = "PC1\\alice";
+    MigrationMachine migration(dir, 150);
+    StandinMachine& machine = migration.machine;
     fs::create_directories(dir.path() / "backups");
     fs::create_directories(dir.path() / "shared");
     for (const char* ext : {"mst", "msx", "mss", "msk", "msf"})
