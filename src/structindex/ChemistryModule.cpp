@@ -114,8 +114,10 @@ std::shared_ptr<ChemistryLibrary> LoadChemistryLibrary(const std::string& module
         return std::shared_ptr<ChemistryLibrary>(library);
     // The product's own answer (error 429 on the first molecule) does not say which file is
     // missing; the administrator reads that here.
-    std::fprintf(stderr, "Labfolio: the chemistry module \"%s\" cannot be loaded (%s); structures cannot be indexed.\n",
-                 path.c_str(), loaderError().c_str());
+    std::fprintf(
+        stderr,
+        "Labfolio: the chemistry module \"%s\" cannot be loaded (%s); structures cannot be indexed.\n",
+        path.c_str(), loaderError().c_str());
     return std::make_shared<MissingChemistryLibrary>();
 }
 
