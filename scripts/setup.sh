@@ -19,6 +19,8 @@ packages=(
 # Structure index: molecules for its tests, benchmark and demo (SMILES from rdkit-data, turned
 # into CDXML by openbabel's obabel).
 packages+=(rdkit-data openbabel)
+# The installation's tests: the desktop entry checked, the Debian package built and read.
+packages+=(desktop-file-utils dpkg-dev)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,3 +1,4 @@
+#include "CompanionFiles.h"
 #include "QtPrompter.h"
 #include "ScreenshotTour.h"
 #include "Version.h"
@@ -9,6 +10,8 @@
 
 int main(int argc, char** argv)
 {
+    for (const std::string& line : MissingCompanionFiles())
+        std::fprintf(stderr, "labfolio-setup: %s\n", line.c_str());
     UseOffscreenPlatformForScreenshots(argc, argv);
     QApplication app(argc, argv);
     QApplication::setApplicationName(version::kApplicationTitle);

@@ -27,9 +27,12 @@ public:
 // The error a missing component raises when an object is created by its programmatic name.
 inline constexpr uint32_t kCannotCreateObject = 429;
 
-// The library loaded from its module: LABFOLIO_CHEMISTRY_MODULE, else the module beside the
-// program, else the one the build made. A library that cannot be loaded still answers: every
-// molecule it is asked for fails with error 429.
+// Where the module is loaded from: LABFOLIO_CHEMISTRY_MODULE, else the module beside the
+// program; a program run from the build folder falls back to the one the build made.
+std::string ChemistryModulePath();
+// The library loaded from its module (ChemistryModulePath when none is given). A library that
+// cannot be loaded still answers: every molecule it is asked for fails with error 429, and
+// standard error names the file and the loader's reason.
 std::shared_ptr<ChemistryLibrary> LoadChemistryLibrary(const std::string& modulePath = {});
 
 // The process's library (loaded on first use); tests put a fake in place for their scope.

@@ -2,6 +2,7 @@
 
 #include "LfError.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -41,6 +42,17 @@ public:
 
 using EntryPoint = ChemistryLibrary* (*)();
 
+// Why a module did not load, in the loader's words (the missing file, or a library it needs).
+std::string loaderError()
+{
+#ifdef _WIN32
+    return "Windows error " + std::to_string(GetLastError());
+#else
+    const char* error = dlerror();
+    return error ? error : "no entry point " + std::string(kChemistryModuleEntryPoint);
+#endif
+}
+
 EntryPoint loadEntryPoint(const std::string& path)
 {
 #ifdef _WIN32
@@ -68,28 +80,44 @@ std::filesystem::path programFolder()
 #endif
 }
 
-std::string defaultModulePath()
+#ifdef LF_BUILD_FOLDER
+// Tests and tools run from the build folder, away from the wizard's own folder; an installed
+// program never reaches into a build folder.
+bool runsFromBuildFolder(const std::filesystem::path& folder)
 {
-    if (const char* env = std::getenv("LABFOLIO_CHEMISTRY_MODULE"))
-        return env;
-    std::error_code ec;
-    auto beside = programFolder() / kModuleName;
-    if (std::filesystem::exists(beside, ec))
-        return beside.string();
-#ifdef LF_CHEMISTRY_MODULE_BUILD_PATH
-    return LF_CHEMISTRY_MODULE_BUILD_PATH;
-#else
-    return beside.string();
-#endif
+    const auto relative = folder.lexically_relative(LF_BUILD_FOLDER);
+    return !relative.empty() && *relative.begin() != "..";
 }
+#endif
 
 } // namespace
 
+std::string ChemistryModulePath()
+{
+    if (const char* env = std::getenv("LABFOLIO_CHEMISTRY_MODULE"))
+        return env;
+    const auto folder = programFolder();
+    const auto beside = folder / kModuleName;
+#if defined(LF_BUILD_FOLDER) && defined(LF_CHEMISTRY_MODULE_BUILD_PATH)
+    std::error_code ec;
+    if (!std::filesystem::exists(beside, ec) && runsFromBuildFolder(folder))
+        return LF_CHEMISTRY_MODULE_BUILD_PATH;
+#endif
+    return beside.string();
+}
+
 std::shared_ptr<ChemistryLibrary> LoadChemistryLibrary(const std::string& modulePath)
 {
-    EntryPoint create = loadEntryPoint(modulePath.empty() ? defaultModulePath() : modulePath);
+    const std::string path = modulePath.empty() ? ChemistryModulePath() : modulePath;
+    EntryPoint create = loadEntryPoint(path);
     if (ChemistryLibrary* library = create ? create() : nullptr)
         return std::shared_ptr<ChemistryLibrary>(library);
+    // The product's own answer (error 429 on the first molecule) does not say which file is
+    // missing; the administrator reads that here.
+    std::fprintf(
+        stderr,
+        "Labfolio: the chemistry module \"%s\" cannot be loaded (%s); structures cannot be indexed.\n",
+        path.c_str(), loaderError().c_str());
     return std::make_shared<MissingChemistryLibrary>();
 }
 

@@ -74,7 +74,8 @@ frmInstall::frmInstall(Prompter& prompter, QWidget* parent) : QWidget(parent), m
     initWizardResources();
     setObjectName("frmInstall");
     setWindowTitle(version::kApplicationTitle);
-    setWindowIcon(QIcon(renderSvg(":/images/network.svg", QSize(130, 60))));
+    // The same picture as the desktop menu entry; QIcon renders it at every size asked of it.
+    setWindowIcon(QIcon(":/images/labfolio-setup.svg"));
     resize(660, 450);
     setMinimumSize(560, 380);
 
