@@ -24,18 +24,9 @@ fi
 target=$1
 seconds=${2:-60}
 
-packages=(clang libclang-rt-dev)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  SUDO=""
-  if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
-  echo "fuzz: installing ${missing[*]}"
-  $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+# shellcheck source=scripts/install-packages.sh
+. scripts/install-packages.sh
+install_packages fuzz clang libclang-rt-dev
 
 build=${FUZZ_BUILD_DIR:-build-fuzz}
 if [ ! -f "$build/CMakeCache.txt" ]; then
