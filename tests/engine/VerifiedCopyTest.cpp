@@ -8,16 +8,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <atomic>
-#include <chrono>
-#include <thread>
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
+#include <thread>
 
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
