@@ -3,37 +3,30 @@
 #include "FileReplace.h"
 #include "LfError.h"
 #include "StopFlag.h"
+#include "VerifiedCopyFile.h"
 
 #include <openssl/evp.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
-#include <deque>
-#include <fcntl.h>
+#include <future>
+#include <limits>
 #include <memory>
 #include <mutex>
-#include <sys/stat.h>
-#include <thread>
-#include <unistd.h>
 #include <vector>
-
-#ifdef _WIN32
-#include <io.h>
-#define fsync _commit
-#define fchmod(fd, mode) 0
-constexpr int kOpenFlags = O_BINARY;
-#else
-constexpr int kOpenFlags = O_CLOEXEC;
-#endif
 
 namespace engine {
 namespace {
 
 // Large enough that the system calls cost nothing beside the bytes, small enough that a Stop is
 // seen within a few milliseconds.
-constexpr size_t kChunkSize = size_t(4) << 20;
-constexpr int kChunks = 3;
+constexpr size_t kCopyChunk = size_t(8) << 20;
+// Bytes the program handles itself (hashing, and copying where the kernel cannot) pass through a
+// buffer small enough to stay in the processor's cache.
+constexpr size_t kBuffer = size_t(256) << 10;
 
 std::string quoted(const std::filesystem::path& p)
 {
@@ -90,24 +83,6 @@ private:
     std::unique_ptr<EVP_MD_CTX, Free> m_ctx;
 };
 
-class Fd {
-public:
-    explicit Fd(int fd = -1) : m_fd(fd) {}
-    ~Fd() { close(); }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const { return m_fd; }
-    int close()
-    {
-        const int r = m_fd >= 0 ? ::close(m_fd) : 0;
-        m_fd = -1;
-        return r;
-    }
-
-private:
-    int m_fd;
-};
-
 // Raised inside the copy with the reason; turned into the product's error at the top.
 struct CopyFailure {
     std::string reason;
@@ -118,143 +93,112 @@ struct CopyFailure {
     throw CopyFailure{reasonFor(error, path)};
 }
 
-// Reads the source on its own thread, hashing what it reads, while the caller writes and hashes
-// what it writes: the two hashes cost one core each and overlap with the disk.
-class ChunkPipe {
+// How far the copy has written, for the read-back that follows it, and whether the copy has been
+// given up (a failure, or the page's Stop), which ends both hashes early.
+class CopyProgress {
 public:
-    struct Chunk {
-        std::vector<unsigned char> bytes;
-        size_t size = 0;
-    };
+    explicit CopyProgress(const StopFlag* stop) : m_stop(stop) {}
 
-    ChunkPipe()
+    void advance(uint64_t written)
     {
-        for (int i = 0; i < kChunks; ++i)
-            m_free.push_back(std::make_unique<Chunk>());
+        std::lock_guard lock(m_mutex);
+        m_written = written;
+        m_changed.notify_all();
     }
-
-    std::unique_ptr<Chunk> takeFree()
+    void finish() { end(m_finished); }
+    void abandon() { end(m_abandoned); }
+    bool abandoned() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_abandoned || (m_stop && m_stop->requested());
+    }
+    // How far the copy has written once it is beyond offset; offset itself when the copy has
+    // ended there.
+    uint64_t waitBeyond(uint64_t offset)
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return !m_free.empty() || m_cancelled; });
-        if (m_cancelled)
-            return nullptr;
-        auto c = std::move(m_free.front());
-        m_free.pop_front();
-        return c;
+        m_changed.wait(lock, [&] { return m_written > offset || m_finished || m_abandoned; });
+        return m_abandoned ? offset : m_written;
     }
-    void giveFree(std::unique_ptr<Chunk> c)
-    {
-        std::lock_guard lock(m_mutex);
-        m_free.push_back(std::move(c));
-        m_changed.notify_all();
-    }
-    // nullptr marks the end of the source (or a read failure, kept in readError).
-    void giveFull(std::unique_ptr<Chunk> c)
-    {
-        std::lock_guard lock(m_mutex);
-        m_full.push_back(std::move(c));
-        m_changed.notify_all();
-    }
-    std::unique_ptr<Chunk> takeFull()
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return !m_full.empty(); });
-        auto c = std::move(m_full.front());
-        m_full.pop_front();
-        return c;
-    }
-    void cancel()
-    {
-        std::lock_guard lock(m_mutex);
-        m_cancelled = true;
-        m_changed.notify_all();
-    }
-
-    int readError = 0;
-    uint64_t bytesRead = 0;
 
 private:
-    std::mutex m_mutex;
+    void end(bool& flag)
+    {
+        std::lock_guard lock(m_mutex);
+        flag = true;
+        m_changed.notify_all();
+    }
+
+    const StopFlag* m_stop;
+    mutable std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<std::unique_ptr<Chunk>> m_free;
-    std::deque<std::unique_ptr<Chunk>> m_full;
-    bool m_cancelled = false;
+    uint64_t m_written = 0;
+    bool m_finished = false;
+    bool m_abandoned = false;
 };
 
-void readAll(int fd, ChunkPipe& pipe, Sha256& hash)
-{
-    while (auto chunk = pipe.takeFree()) {
-        chunk->bytes.resize(kChunkSize);
-        chunk->size = 0;
-        while (chunk->size < kChunkSize) {
-            const ssize_t n = ::read(fd, chunk->bytes.data() + chunk->size, kChunkSize - chunk->size);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n < 0) {
-                pipe.readError = errno;
-                pipe.giveFull(nullptr);
-                return;
-            }
-            if (n == 0)
-                break;
-            chunk->size += static_cast<size_t>(n);
-        }
-        hash.update(chunk->bytes.data(), chunk->size);
-        pipe.bytesRead += chunk->size;
-        const bool last = chunk->size < kChunkSize;
-        pipe.giveFull(std::move(chunk));
-        if (last) {
-            pipe.giveFull(nullptr);
-            return;
-        }
-    }
-}
+struct Reading {
+    std::vector<unsigned char> digest;
+    uint64_t bytes = 0;
+    int error = 0;
+};
 
-void writeAll(int fd, const unsigned char* data, size_t size, const std::filesystem::path& target)
+// Reads a file from its start through its own handle and hashes what it reads. Reading the copy,
+// it follows the copy and reads no further than written. It stops early when the copy is given up
+// or when the file turns out longer than expected (a source still growing, or a device).
+Reading hashFile(const std::filesystem::path& path, uint64_t expected, CopyProgress& progress,
+                 bool followCopy)
 {
-    while (size > 0) {
-        const ssize_t n = ::write(fd, data, size);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            fail(errno, target);
-        if (n == 0)
-            fail(ENOSPC, target);
-        data += n;
-        size -= static_cast<size_t>(n);
+    Reading r;
+    VerifiedCopyFile file;
+    if ((r.error = file.openForReading(path)) != 0)
+        return r;
+    Sha256 hash;
+    std::vector<unsigned char> buffer(kBuffer);
+    uint64_t readable = followCopy ? 0 : std::numeric_limits<uint64_t>::max();
+    while (r.bytes <= expected && !progress.abandoned()) {
+        if (r.bytes == readable && (readable = progress.waitBeyond(r.bytes)) == r.bytes)
+            break;
+        size_t got = 0;
+        r.error = file.read(buffer.data(),
+                            static_cast<size_t>(std::min<uint64_t>(kBuffer, readable - r.bytes)), got);
+        if (r.error != 0 || got == 0)
+            break;
+        hash.update(buffer.data(), got);
+        r.bytes += got;
     }
+    r.digest = hash.digest();
+    return r;
 }
 
 // The temporary file beside the target; removed unless it has been renamed over the target.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const std::filesystem::path& target)
+    explicit TemporaryFile(const std::filesystem::path& target) : m_path(sys::TemporaryNameBeside(target))
     {
-        const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-        const std::filesystem::path name = sys::TemporaryNameBeside(target);
-        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | kOpenFlags, 0600);
-        if (fd < 0) {
+        if (const int error = m_file.createNew(m_path)) {
+            m_path.clear();
+            const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
             std::error_code ec;
-            if (errno == ENOENT || !std::filesystem::is_directory(folder, ec))
+            if (error == ENOENT || !std::filesystem::is_directory(folder, ec))
                 throw CopyFailure{"the folder " + quoted(folder) + " does not exist"};
-            fail(errno, target);
+            fail(error, target);
         }
-        m_fd = std::make_unique<Fd>(fd);
-        m_path = name;
     }
     ~TemporaryFile()
     {
-        m_fd.reset();
+        (void)m_file.close();
+        std::error_code ec;
         if (!m_path.empty())
-            ::unlink(m_path.c_str());
+            std::filesystem::remove(m_path, ec);
     }
-    int fd() const { return m_fd->get(); }
+    VerifiedCopyFile& file() { return m_file; }
+    const std::filesystem::path& path() const { return m_path; }
 
     void renameOver(const std::filesystem::path& target)
     {
-        if (m_fd->close() != 0)
-            fail(errno, target);
+        if (const int error = m_file.close())
+            fail(error, target);
         // std::filesystem replaces an existing target on every system (MoveFileEx on Windows).
         std::error_code ec;
         std::filesystem::rename(m_path, target, ec);
@@ -264,69 +208,103 @@ public:
     }
 
 private:
-    std::unique_ptr<Fd> m_fd;
+    VerifiedCopyFile m_file;
     std::filesystem::path m_path;
 };
 
+[[noreturn]] void sizeMismatch()
+{
+    throw CopyFailure{"the size of the copy does not match the size of the original"};
+}
+
+void throwIfStopped(const StopFlag* stop)
+{
+    if (stop && stop->requested())
+        throw CopyFailure{"the copy was stopped"};
+}
+
+// The copy runs on the caller's thread while two more threads hash, one the source as it reads
+// it, one the copy as it reads it back behind the writing. The second hash is of what the file
+// system returns for the copy (on a local disk mostly from its cache, so it vouches for the file
+// system's view of the copy, not for the platter; flush() then puts the copy on the disk). It
+// catches a short or misplaced write, a copy made on a server, and a source that changes while
+// it is copied.
 void copyVerified(const std::filesystem::path& source, const std::filesystem::path& target,
                   const StopFlag* stop)
 {
-    Fd in(::open(source.c_str(), O_RDONLY | kOpenFlags));
-    if (in.get() < 0)
-        fail(errno, source);
-    struct stat sourceInfo {};
-    if (::fstat(in.get(), &sourceInfo) != 0)
-        fail(errno, source);
-    if (S_ISDIR(sourceInfo.st_mode))
+    VerifiedCopyFile in;
+    if (const int error = in.openForReading(source))
+        fail(error, source);
+    bool folder = false;
+    uint64_t expected = 0;
+    if (const int error = in.isFolder(folder))
+        fail(error, source);
+    if (folder)
         fail(EISDIR, source);
+    if (const int error = in.size(expected))
+        fail(error, source);
 
     TemporaryFile temp(target);
-    ::fchmod(temp.fd(), sourceInfo.st_mode & 0666);
+    VerifiedCopyFile& out = temp.file();
+    out.takePermissionsOf(in);
 
-    Sha256 readHash;
-    Sha256 writtenHash;
-    ChunkPipe pipe;
+    CopyProgress progress(stop);
+    auto sourceHash =
+        std::async(std::launch::async, [&] { return hashFile(source, expected, progress, false); });
+    auto copyHash =
+        std::async(std::launch::async, [&] { return hashFile(temp.path(), expected, progress, true); });
+    // Declared after the hashes, so that on a failure they are told to end before they are waited for.
+    struct AbandonOnExit {
+        CopyProgress& progress;
+        ~AbandonOnExit() { progress.abandon(); }
+    } abandonOnExit{progress};
+
     uint64_t written = 0;
-    std::thread reader([&] { readAll(in.get(), pipe, readHash); });
-    try {
-        while (auto chunk = pipe.takeFull()) {
-            if (stop && stop->requested())
-                throw CopyFailure{"the copy was stopped"};
-            writeAll(temp.fd(), chunk->bytes.data(), chunk->size, target);
-            writtenHash.update(chunk->bytes.data(), chunk->size);
-            written += chunk->size;
-            pipe.giveFree(std::move(chunk));
+    std::vector<unsigned char> buffer;
+    for (;;) {
+        throwIfStopped(stop);
+        size_t got = 0;
+        if (!out.copyInKernel(in, kCopyChunk, got)) {
+            buffer.resize(kBuffer);
+            if (const int error = in.read(buffer.data(), buffer.size(), got))
+                fail(error, source);
+            if (const int error = out.write(buffer.data(), got))
+                fail(error, target);
         }
-    } catch (...) {
-        pipe.cancel();
-        reader.join();
-        throw;
+        if (got == 0)
+            break;
+        out.startWriteback(written, got);
+        written += got;
+        if (written > expected)
+            sizeMismatch();
+        progress.advance(written);
     }
-    reader.join();
-    if (pipe.readError != 0)
-        fail(pipe.readError, source);
+    progress.finish();
+    if (const int error = out.flush())
+        fail(error, target);
 
-    if (::fsync(temp.fd()) != 0)
-        fail(errno, target);
-    struct stat copyInfo {};
-    struct stat sourceAfter {};
-    if (::fstat(temp.fd(), &copyInfo) != 0 || ::fstat(in.get(), &sourceAfter) != 0)
-        fail(errno, target);
-    const auto expected = static_cast<uint64_t>(sourceInfo.st_size);
-    if (pipe.bytesRead != expected || written != expected ||
-        static_cast<uint64_t>(copyInfo.st_size) != expected || sourceAfter.st_size != sourceInfo.st_size)
-        throw CopyFailure{"the size of the copy does not match the size of the original"};
-    if (readHash.digest() != writtenHash.digest())
+    const Reading original = sourceHash.get();
+    const Reading copy = copyHash.get();
+    throwIfStopped(stop);
+    if (original.error != 0)
+        fail(original.error, source);
+    if (copy.error != 0)
+        fail(copy.error, target);
+    uint64_t copySize = 0;
+    uint64_t sourceSize = 0;
+    if (const int error = out.size(copySize))
+        fail(error, target);
+    if (const int error = in.size(sourceSize))
+        fail(error, source);
+    for (const uint64_t size : {written, original.bytes, copy.bytes, copySize, sourceSize})
+        if (size != expected)
+            sizeMismatch();
+    if (original.digest != copy.digest)
         throw CopyFailure{"the copy does not match the original"};
-    if (stop && stop->requested())
-        throw CopyFailure{"the copy was stopped"};
 
     temp.renameOver(target);
     // The rename itself reaches the disk with the folder's entry.
-    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
-    Fd dir(::open(folder.c_str(), O_RDONLY | kOpenFlags));
-    if (dir.get() >= 0)
-        ::fsync(dir.get());
+    VerifiedCopyFile::flushFolder(target.has_parent_path() ? target.parent_path() : ".");
 }
 
 } // namespace

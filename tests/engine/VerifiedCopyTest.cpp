@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,7 @@
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
+#include <thread>
 
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
@@ -156,24 +159,33 @@ TEST_F(VerifiedCopyTest, FileLargerThanTheDiskAllowsFailsCleanly)
     EXPECT_EQ(entries(dir.path() / "to"), 1u);
 }
 
-// A real full disk: a 256 KiB file system of the child's own (a user and mount namespace), which
-// leaves the machine's disks alone and goes away with the child.
+// Mounts a tmpfs of the given size at folder, in a user and mount namespace of the calling
+// child's own, which leaves the machine's disks alone and goes away with the child. False where
+// the machine allows no such namespace.
+bool mountSmallFileSystem(const fs::path& folder, const std::string& size)
+{
+    const uid_t uid = ::getuid();
+    const gid_t gid = ::getgid();
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+        return false;
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " << uid << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << gid << " 1";
+    return ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           ::mount("tmpfs", folder.c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
+}
+
+constexpr int kNoNamespace = 77;
+
+// A real full disk: a 256 KiB file system.
 TEST_F(VerifiedCopyTest, FullDiskFailsCleanlyAndKeepsTheOldTarget)
 {
     dir.write("from/LFDesktop.BAK", randomBytes(size_t(2) << 20));
     const fs::path small = dir.path() / "small";
     fs::create_directories(small);
     const ChildResult r = runInChild([&](std::string& text) {
-        const uid_t uid = ::getuid();
-        const gid_t gid = ::getgid();
-        if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
-            return 77;
-        std::ofstream("/proc/self/setgroups") << "deny";
-        std::ofstream("/proc/self/uid_map") << "0 " << uid << " 1";
-        std::ofstream("/proc/self/gid_map") << "0 " << gid << " 1";
-        if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=256k") != 0)
-            return 77;
+        if (!mountSmallFileSystem(small, "256k"))
+            return kNoNamespace;
         std::ofstream(small / "LFDesktop.BAK") << "last week";
         try {
             engine::CopyFileVerified(from("LFDesktop.BAK"), small / "LFDesktop.BAK", nullptr, "x");
@@ -185,10 +197,73 @@ TEST_F(VerifiedCopyTest, FullDiskFailsCleanlyAndKeepsTheOldTarget)
             return 1;
         }
     });
-    if (r.status == 77)
+    if (r.status == kNoNamespace)
         GTEST_SKIP() << "this machine allows no mount namespace for a small file system";
     EXPECT_EQ(r.status, 1);
     EXPECT_THAT(r.text, HasSubstr("\": there is not enough space on the disk|last week|1"));
+}
+
+// The kernel copies only within one file system here; to another one the bytes pass through the
+// program, and are checked the same way.
+TEST_F(VerifiedCopyTest, CopiesEveryByteToAnotherFileSystem)
+{
+    const std::string bytes = randomBytes((size_t(3) << 20) + 777);
+    dir.write("from/LFDesktop.BAK", bytes);
+    const fs::path other = dir.path() / "other";
+    fs::create_directories(other);
+    const ChildResult r = runInChild([&](std::string& text) {
+        if (!mountSmallFileSystem(other, "8m"))
+            return kNoNamespace;
+        engine::CopyFileVerified(from("LFDesktop.BAK"), other / "LFDesktop.BAK", nullptr, "x");
+        text = std::to_string(entries(other)) + "|" + readFile(other / "LFDesktop.BAK");
+        return 0;
+    });
+    if (r.status == kNoNamespace)
+        GTEST_SKIP() << "this machine allows no mount namespace for a second file system";
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(r.text == "1|" + bytes) << r.text.substr(0, 200);
+}
+
+// A Stop pressed while the copy and its two hashes run: the page is told at once, and nothing is
+// left behind. The request comes as soon as the temporary copy appears; a copy of 256 MiB with
+// its two hashes lasts far longer than that takes.
+TEST_F(VerifiedCopyTest, StopWhileCopyingEndsEveryThreadAndLeavesNoPartialFile)
+{
+    fs::resize_file(dir.write("from/LFDesktop.BAK", ""), size_t(256) << 20);
+    dir.write("to/LFDesktop.BAK", "last week");
+    engine::StopFlag stop;
+    std::atomic<bool> seen{false};
+    std::thread presser([&] {
+        const auto copying = [&] {
+            for (const auto& entry : fs::directory_iterator(dir.path() / "to"))
+                if (entry.path().filename().string().rfind(".LFDesktop.BAK.", 0) == 0)
+                    return true;
+            return false;
+        };
+        while (!copying())
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        seen = true;
+        stop.request();
+    });
+    const std::string reason = copyError(from("LFDesktop.BAK"), to("LFDesktop.BAK"), &stop);
+    if (!seen)
+        stop.request(); // the copy ended by itself; lets the presser's wait end before the join
+    presser.join();
+    EXPECT_TRUE(seen);
+    EXPECT_THAT(reason, HasSubstr(": the copy was stopped"));
+    EXPECT_EQ(readFile(to("LFDesktop.BAK")), "last week");
+    EXPECT_EQ(entries(dir.path() / "to"), 1u);
+}
+
+// The process's own memory file stands for a disk that fails under the read: the system's reason
+// names the source, and no temporary file stays.
+TEST_F(VerifiedCopyTest, ReadErrorNamesTheSourceAndLeavesNoTemporaryFile)
+{
+    dir.write("to/LFDesktop.BAK", "last week");
+    EXPECT_THAT(copyError("/proc/self/mem", to("LFDesktop.BAK")),
+                HasSubstr(": input/output error (\"/proc/self/mem\")"));
+    EXPECT_EQ(readFile(to("LFDesktop.BAK")), "last week");
+    EXPECT_EQ(entries(dir.path() / "to"), 1u);
 }
 
 } // namespace
