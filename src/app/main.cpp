@@ -1,3 +1,4 @@
+#include "CommandLineMain.h"
 #include "QtPrompter.h"
 #include "ScreenshotTour.h"
 #include "Version.h"
@@ -9,6 +10,9 @@
 
 int main(int argc, char** argv)
 {
+    // A command runs here, before any QApplication: it needs no display and no Qt platform.
+    if (cli::IsCommandLine(argc, argv))
+        return cli::RunCommandLine(argc, argv);
     UseOffscreenPlatformForScreenshots(argc, argv);
     QApplication app(argc, argv);
     QApplication::setApplicationName(version::kApplicationTitle);
