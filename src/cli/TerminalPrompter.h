@@ -17,7 +17,7 @@ public:
     struct Answers {
         bool yes = false;
         bool dryRun = false; // questions are shown, not asked, and taken as Yes: nothing is changed
-        std::optional<std::string> group;
+        std::optional<std::string> group = std::nullopt;
     };
 
     TerminalPrompter(Terminal& terminal, Answers answers);

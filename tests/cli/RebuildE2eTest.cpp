@@ -10,15 +10,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class CliRebuildE2e : public CliE2e {
-protected:
-    explicit CliRebuildE2e(int structures = 30) : CliE2e({desktopWith(structures)}) {}
+// The seed's structure file, made before the stand-in starts.
+struct StructureFile {
+    TempDir structureFolder;
+};
 
-    StandinServer::Instance desktopWith(int structures)
+class CliRebuildE2e : private StructureFile, public CliE2e {
+protected:
+    explicit CliRebuildE2e(int structures = 30) : CliE2e({desktopWith(structureFolder, structures)}) {}
+
+    static StandinServer::Instance desktopWith(const TempDir& files, int structures)
     {
         auto instance = cliDesktopInstance();
         instance.seedArguments.push_back("--structures");
-        instance.seedArguments.push_back(dir.write("structures.txt", structureLines(structures)).string());
+        instance.seedArguments.push_back(files.write("structures.txt", structureLines(structures)).string());
         return instance;
     }
 

@@ -205,6 +205,6 @@ TEST_F(CliRestoreE2e, AMissingBackupFailsWithSorryAndExit1)
     const std::string bak = (backup() / "none.bak").string();
     const CliRun r = run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak});
     EXPECT_EQ(r.status, 1) << said(r);
-    EXPECT_EQ(r.err.rfind("Restore Aborted\nSorry, ", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find("Restore Aborted\nSorry, Cannot open backup device"), std::string::npos) << r.err;
     EXPECT_EQ(databases("MULTIUSER").count("Labfolio"), 0u);
 }
