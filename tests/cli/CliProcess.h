@@ -31,8 +31,9 @@ public:
     // removes one.
     std::map<std::string, std::optional<std::string>> environment{
         {"DISPLAY", std::nullopt}, {"WAYLAND_DISPLAY", std::nullopt}, {"QT_QPA_PLATFORM", std::nullopt}};
-    // Called with the standard error read so far; returns a signal to send the child once, or 0.
-    std::function<int(const std::string& err)> signalWhen;
+    // Called with the child and the standard error read so far, until it returns true: a test
+    // signals the child here.
+    std::function<bool(pid_t child, const std::string& err)> whileRunning;
     std::chrono::seconds timeout{120};
 
     CliRun run(const std::vector<std::string>& args) const
@@ -102,7 +103,7 @@ private:
                 closeAll(fds);
                 break;
             }
-            if (::poll(fds, 2, 100) < 0)
+            if (::poll(fds, 2, 10) < 0)
                 break;
             for (int i = 0; i < 2; ++i) {
                 if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP)))
@@ -117,12 +118,8 @@ private:
                 }
                 sinks[i]->append(buf, static_cast<size_t>(n));
             }
-            if (!signalled && signalWhen) {
-                if (const int sig = signalWhen(r.err)) {
-                    ::kill(pid, sig);
-                    signalled = true;
-                }
-            }
+            if (!signalled && whileRunning)
+                signalled = whileRunning(pid, r.err);
         }
     }
 

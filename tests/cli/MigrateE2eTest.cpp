@@ -110,8 +110,8 @@ TEST_F(CliMigrateE2e, AFailedCheckPrintsTheWindowsMessageAndExitsWith2)
 
 TEST_F(SlowCliMigrateE2e, CtrlCDuringTheBackupStopsItLeavesNoFileAndExitsWith130)
 {
-    cli.signalWhen = [](const std::string& err) {
-        return err.find("percent processed") != std::string::npos ? SIGINT : 0;
+    cli.whileRunning = [](pid_t child, const std::string& err) {
+        return err.find("percent processed") != std::string::npos && ::kill(child, SIGINT) == 0;
     };
     const CliRun r = run(migrate());
     EXPECT_EQ(r.status, 130) << said(r);

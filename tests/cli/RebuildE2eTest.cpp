@@ -45,7 +45,7 @@ protected:
 
 class LargeCliRebuildE2e : public CliRebuildE2e {
 protected:
-    LargeCliRebuildE2e() : CliRebuildE2e(6000) {}
+    LargeCliRebuildE2e() : CliRebuildE2e(600) {}
 };
 
 } // namespace
@@ -87,8 +87,14 @@ TEST_F(CliRebuildE2e, ADatabaseThatDoesNotExistIsRefused)
 
 TEST_F(LargeCliRebuildE2e, CtrlCStopsBetweenSlicesTheIndexReopensAndTheNumberedRowsAreInIt)
 {
-    cli.signalWhen = [](const std::string& err) {
-        return err.find(" structures") != std::string::npos ? SIGINT : 0;
+    // Held still the moment it reports its first slice, so that Ctrl-C reaches it half-way.
+    cli.whileRunning = [](pid_t child, const std::string& err) {
+        if (err.find(" structures") == std::string::npos)
+            return false;
+        ::kill(child, SIGSTOP);
+        ::kill(child, SIGINT);
+        ::kill(child, SIGCONT);
+        return true;
     };
     const CliRun r = run(rebuild());
     ASSERT_EQ(r.status, 130) << said(r);
