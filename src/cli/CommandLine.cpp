@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace cli {
 namespace {
@@ -29,6 +30,32 @@ std::vector<OptionSpec> msdeOptions()
     };
 }
 
+// Text broken into lines of at most kWidth columns, the lines after the first indented; the
+// first starts at the given column.
+constexpr size_t kWidth = 79;
+
+std::string wrapped(const std::string& text, size_t indent, size_t column)
+{
+    std::string out;
+    bool lineEmpty = true;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (!lineEmpty && column + 1 + word.size() > kWidth) {
+            out += "\n" + std::string(indent, ' ');
+            column = indent;
+            lineEmpty = true;
+        }
+        if (!lineEmpty) {
+            out += ' ';
+            ++column;
+        }
+        out += word;
+        column += word.size();
+        lineEmpty = false;
+    }
+    return out;
+}
+
 const OptionSpec* findOption(const CommandSpec& spec, const std::string& name)
 {
     for (const auto* list : {&spec.options, &commonOptions()}) {
@@ -54,13 +81,15 @@ std::string optionTable(const std::vector<OptionSpec>& options)
     std::string out;
     for (const auto& o : options) {
         const std::string syntax = optionSyntax(o);
-        out += "  " + syntax + std::string(width - syntax.size() + 2, ' ') + o.help + "\n";
+        out += "  " + syntax + std::string(width - syntax.size() + 2, ' ') +
+               wrapped(o.help, width + 4, width + 4) + "\n";
     }
     return out;
 }
 
-constexpr const char* kExitStatuses = "Exit status: 0 done, 1 the operation failed, 2 bad arguments or a check "
-                                      "refused them, 130 stopped (Ctrl-C).\n";
+constexpr const char* kExitStatuses =
+    "Exit status: 0 done, 1 the operation failed, 2 bad arguments or a\ncheck "
+    "refused them, 130 stopped (Ctrl-C).\n";
 
 } // namespace
 
@@ -101,11 +130,7 @@ const std::vector<CommandSpec>& Commands()
         c.push_back({"create-offline",
                      "Create the offline database on a local instance and grant the offline users access.",
                      create, "", "", "labfolio-setup create-offline --yes"});
-        c.push_back({"remove-offline",
-                     "Remove the offline database and its login.",
-                     msdeOptions(),
-                     "",
-                     "",
+        c.push_back({"remove-offline", "Remove the offline database and its login.", msdeOptions(), "", "",
                      "LABFOLIO_MSDE_PASSWORD=... labfolio-setup remove-offline --msde-user sa"});
         c.push_back({"rebuild-index",
                      "Rebuild a database's chemical structure index: every stored structure is indexed "
@@ -236,8 +261,8 @@ std::string UsageText(const CommandSpec* spec)
         out += " " + (o.required ? optionSyntax(o) : "[" + optionSyntax(o) + "]");
     if (!spec->argument.empty())
         out += " " + spec->argument;
-    out += " [--yes] [--dry-run]\n";
-    return out;
+    out += " [--yes] [--dry-run]";
+    return wrapped(out, 4, 0) + "\n";
 }
 
 std::string HelpText(const CommandSpec* spec)
@@ -251,19 +276,20 @@ std::string HelpText(const CommandSpec* spec)
         for (const auto& c : Commands())
             width = std::max(width, c.name.size());
         for (const auto& c : Commands())
-            out += "  " + c.name + std::string(width - c.name.size() + 2, ' ') + c.summary + "\n";
+            out += "  " + c.name + std::string(width - c.name.size() + 2, ' ') +
+                   wrapped(c.summary, width + 4, width + 4) + "\n";
         out += "\nOptions of every command:\n" + optionTable(commonOptions());
         out += std::string("\nRun '") + kProgram + " COMMAND --help' for a command's own options.\n";
         out += std::string("The window's own options: ") + kProgram + " --screenshots DIR\n\n";
         return out + kExitStatuses;
     }
-    std::string out = UsageText(spec) + "\n" + spec->summary + "\n";
+    std::string out = UsageText(spec) + "\n" + wrapped(spec->summary, 0, 0) + "\n";
     if (!spec->argument.empty())
         out += "\n  " + spec->argument + "  " + spec->argumentHelp + "\n";
     std::vector<OptionSpec> options = spec->options;
     options.insert(options.end(), commonOptions().begin(), commonOptions().end());
     out += "\nOptions:\n" + optionTable(options);
-    out += "\nExample:\n  " + spec->example + "\n\n";
+    out += "\nExample:\n  " + wrapped(spec->example, 4, 2) + "\n\n";
     return out + kExitStatuses;
 }
 

@@ -125,8 +125,9 @@ void InterruptStop::onInterrupt()
         if (m_warned)
             endNow();
         m_warned = true;
-        m_terminal.err("\nThis step cannot stop half-way; it ends by itself in a moment. Press Ctrl-C again to "
-                       "quit at once.\n");
+        m_terminal.err(
+            "\nThis step cannot stop half-way; it ends by itself in a moment. Press Ctrl-C again to "
+            "quit at once.\n");
         return;
     }
 }

@@ -127,7 +127,8 @@ int ProgressLine::percent() const
 // Called with the mutex held.
 void ProgressLine::draw(const std::string& detail, bool newStep)
 {
-    const std::string text = detail.empty() ? m_message : (m_message.empty() ? detail : m_message + " " + detail);
+    const std::string text =
+        detail.empty() ? m_message : (m_message.empty() ? detail : m_message + " " + detail);
     if (!m_bar) {
         if (newStep)
             m_terminal.err(text + "\n");

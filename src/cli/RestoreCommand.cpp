@@ -61,8 +61,8 @@ int RestoreCommand::Run()
     }
     if (dryRun) {
         m_terminal.out("Ready to Restore Database\nServer: " + server + "\nDatabase: " + database +
-                       "\nBackup File: " + backup + "\nSet Administrator: " + (setAdministrator ? "Yes" : "No") +
-                       "\n");
+                       "\nBackup File: " + backup +
+                       "\nSet Administrator: " + (setAdministrator ? "Yes" : "No") + "\n");
         m_terminal.err("Dry run: every check passed, nothing was changed.\n");
         return kDone;
     }
@@ -86,10 +86,9 @@ int RestoreCommand::Run()
         m_terminal.err("Restore Aborted\n" + sorry(e.description()) + "\n");
         return interrupt.stopRequested() ? kStopped : kFailed;
     }
-    m_terminal.out("Restore Completed\nThe database \"" + database + "\" has been restored on \"" + server +
-                   "\"" +
-                   (setAdministrator ? ", with you as its administrator and a new database identity." : ".") +
-                   "\n");
+    m_terminal.out(
+        "Restore Completed\nThe database \"" + database + "\" has been restored on \"" + server + "\"" +
+        (setAdministrator ? ", with you as its administrator and a new database identity." : ".") + "\n");
     return kDone;
 }
 

@@ -63,21 +63,23 @@ int TaskCommand::Run()
     const int32_t task = TaskOf(c.spec->name);
     const std::string notOffered = TaskOffer::ForThisComputer().whyNot(task);
     if (!notOffered.empty()) {
-        m_terminal.err("labfolio-setup " + c.spec->name + ": " + notOffered + ", so the wizard does not offer "
-                                                                             "this task.\n");
+        m_terminal.err("labfolio-setup " + c.spec->name + ": " + notOffered +
+                       ", so the wizard does not offer "
+                       "this task.\n");
         return kRefused;
     }
 
     InterruptStop interrupt(m_terminal);
     TerminalPrompter prompter(m_terminal, {c.flag("yes"), c.flag("dry-run"), c.value("group")});
-    MsdeLoginPrompt msde(m_terminal, prompter, {c.value("msde-server"), c.value("msde-user"),
-                                                c.value("msde-password-file")});
+    MsdeLoginPrompt msde(m_terminal, prompter,
+                         {c.value("msde-server"), c.value("msde-user"), c.value("msde-password-file")});
     TerminalView view({task, c.valueOr("server"), c.valueOr("database"), c.valueOr("index-folder"),
                        c.valueOr("service-name"), c.valueOr("service-folder"), c.valueOr("backup-folder"),
                        c.argument},
                       [&msde] { return msde.Ask(); });
     TaskFlow* running = nullptr;
-    TerminalOperations operations(m_terminal, prompter, interrupt, [&running] { running->MigrationFinished(); });
+    TerminalOperations operations(m_terminal, prompter, interrupt,
+                                  [&running] { running->MigrationFinished(); });
     TaskFlow flow(view, prompter, operations);
     running = &flow;
 

@@ -48,7 +48,6 @@ MsgAnswer TerminalPrompter::askYesNo(const std::string& question)
         return MsgAnswer::Yes;
     }
     if (!m_terminal.interactive()) {
-        ++m_unanswered;
         m_terminal.err(question + "\nNo one is here to answer, so the answer is No; add --yes to answer "
                                   "Yes.\n");
         return MsgAnswer::No;

@@ -27,15 +27,11 @@ public:
     std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                         const std::string& defaultText) override;
 
-    // How many questions were taken as No for want of a terminal.
-    int unansweredQuestions() const { return m_unanswered; }
-
 private:
     MsgAnswer askYesNo(const std::string& question);
 
     Terminal& m_terminal;
     Answers m_answers;
-    int m_unanswered = 0;
 };
 
 } // namespace cli

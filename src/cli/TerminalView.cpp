@@ -12,9 +12,9 @@ TerminalView::TerminalView(Values values, std::function<MsdeLogin()> askMsdeLogi
 
 void TerminalView::InitializeMigrationSummary(const MigrationValues& v)
 {
-    m_summary = engine::MigrationSummaryText(v.SrcServerName, v.SrcDBName, v.SrcMSTFilePath, v.TargetServerName,
-                                             v.TargetDBName, v.TargetMSTFilePath, v.ServiceName,
-                                             v.BackupFilePath, "\n");
+    m_summary = engine::MigrationSummaryText(v.SrcServerName, v.SrcDBName, v.SrcMSTFilePath,
+                                             v.TargetServerName, v.TargetDBName, v.TargetMSTFilePath,
+                                             v.ServiceName, v.BackupFilePath, "\n");
 }
 
 void TerminalView::InitializeIndexSummary(const std::string& serverName, const std::string& databaseName,

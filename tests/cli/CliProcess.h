@@ -61,7 +61,8 @@ public:
         pid_t pid = -1;
         const auto cArgv = pointers(argv);
         const auto cEnv = pointers(env);
-        const int spawned = ::posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, cArgv.data(), cEnv.data());
+        const int spawned =
+            ::posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, cArgv.data(), cEnv.data());
         posix_spawn_file_actions_destroy(&actions);
         ::close(outPipe[1]);
         ::close(errPipe[1]);

@@ -20,7 +20,8 @@ TEST(CommandHelp, EveryCommandHasItsHelpWithItsOptionsAndAnExample)
         EXPECT_EQ(r.status, 0) << command.name << "\n" << r.err;
         EXPECT_EQ(r.out.rfind("Usage: labfolio-setup " + command.name, 0), 0u) << r.out;
         for (const auto& option : command.options)
-            EXPECT_NE(r.out.find("--" + option.name), std::string::npos) << command.name << " " << option.name;
+            EXPECT_NE(r.out.find("--" + option.name), std::string::npos)
+                << command.name << " " << option.name;
         for (const char* common : {"--yes", "--dry-run", "--help", "Example:", "Exit status"})
             EXPECT_NE(r.out.find(common), std::string::npos) << command.name << " " << common;
         EXPECT_TRUE(r.err.empty()) << r.err;
@@ -43,7 +44,8 @@ TEST(CommandHelp, AnUnknownOptionShowsTheCommandsUsageAndExitsWith2)
     const CliRun r = run({"rebuild-index", "--server", "S", "--databse", "D"});
     EXPECT_EQ(r.status, 2);
     EXPECT_TRUE(r.out.empty());
-    EXPECT_NE(r.err.find("labfolio-setup: rebuild-index: unknown option --databse"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("labfolio-setup: rebuild-index: unknown option --databse"), std::string::npos)
+        << r.err;
     EXPECT_NE(r.err.find("Usage: labfolio-setup rebuild-index --server S --database D --index-folder DIR"),
               std::string::npos)
         << r.err;

@@ -21,8 +21,8 @@ std::string usageError(const std::vector<std::string>& args)
 
 TEST(CommandLine, ValuesComeAfterTheOptionOrAfterAnEqualsSign)
 {
-    const auto c = ParseCommandLine({"rebuild-index", "--server", "LAB\\SQL", "--database=Lab", "--index-folder",
-                                     "/srv/a b", "--yes"});
+    const auto c = ParseCommandLine(
+        {"rebuild-index", "--server", "LAB\\SQL", "--database=Lab", "--index-folder", "/srv/a b", "--yes"});
     EXPECT_EQ(c.spec->name, "rebuild-index");
     EXPECT_EQ(c.valueOr("server"), "LAB\\SQL");
     EXPECT_EQ(c.valueOr("database"), "Lab");
@@ -56,7 +56,8 @@ TEST(CommandLine, MistakesAreNamed)
     EXPECT_EQ(usageError({"connect-desktop", "-y"}), "connect-desktop: unknown option -y");
     EXPECT_EQ(usageError({"create-offline", "--group"}), "create-offline: --group needs a value (NAME)");
     EXPECT_EQ(usageError({"create-offline", "--yes=no"}), "create-offline: --yes takes no value");
-    EXPECT_EQ(usageError({"create-offline", "--group", "a", "--group", "b"}), "create-offline: --group is given twice");
+    EXPECT_EQ(usageError({"create-offline", "--group", "a", "--group", "b"}),
+              "create-offline: --group is given twice");
     EXPECT_EQ(usageError({"restore", "--server", "S", "--database", "D"}), "restore: --backup is missing");
 }
 
@@ -70,8 +71,8 @@ TEST(CommandLine, HelpNeedsNothingElse)
 TEST(CommandLine, TheUsageShowsRequiredAndOptionalOptions)
 {
     EXPECT_EQ(cli::UsageText(cli::FindCommand("create-offline")),
-              "Usage: labfolio-setup create-offline [--group NAME] [--msde-server NAME] [--msde-user NAME] "
-              "[--msde-password-file FILE] [--yes] [--dry-run]\n");
+              "Usage: labfolio-setup create-offline [--group NAME] [--msde-server NAME]\n"
+              "    [--msde-user NAME] [--msde-password-file FILE] [--yes] [--dry-run]\n");
     EXPECT_EQ(cli::UsageText(cli::FindCommand("connect-service")),
               "Usage: labfolio-setup connect-service FILE [--yes] [--dry-run]\n");
 }

@@ -20,10 +20,9 @@ protected:
 
     std::vector<std::string> migrate(const std::vector<std::string>& extra = {}) const
     {
-        std::vector<std::string> args{"migrate",        "--server",       "127.0.0.1\\MULTIUSER",
-                                      "--database",     "Labfolio",       "--index-folder",
-                                      index().string(), "--service-name", "Labfolio",
-                                      "--backup-folder", backup().string()};
+        std::vector<std::string> args{"migrate",  "--server",        "127.0.0.1\\MULTIUSER", "--database",
+                                      "Labfolio", "--index-folder",  index().string(),       "--service-name",
+                                      "Labfolio", "--backup-folder", backup().string()};
         args.insert(args.end(), extra.begin(), extra.end());
         return args;
     }
@@ -40,7 +39,8 @@ TEST_F(CliMigrateE2e, MigratePutsTheBackupAndTheIndexInTheSharedFolders)
 {
     const CliRun r = run(migrate());
     ASSERT_EQ(r.status, 0) << said(r);
-    EXPECT_EQ(r.out, "Migration Completed\nThe Multi-User Setup wizard has successfully migrated the database.\n");
+    EXPECT_EQ(r.out,
+              "Migration Completed\nThe Multi-User Setup wizard has successfully migrated the database.\n");
     EXPECT_NE(r.err.find("Backing Up Database...\n"), std::string::npos) << "plain lines without a terminal";
     EXPECT_NE(r.err.find("Copying Chemical Structure Index...\n"), std::string::npos) << r.err;
     EXPECT_EQ(r.err.find('\r'), std::string::npos) << "no bar redrawn where no terminal shows it";
@@ -60,14 +60,15 @@ TEST_F(CliMigrateE2e, ADryRunChecksEverythingPrintsTheSummaryAndChangesNothing)
     const CliRun r = run(migrate({"--dry-run"}));
     ASSERT_EQ(r.status, 0) << said(r);
     const std::string appDataIndex = (appData() / "Labfolio.mst").string();
-    EXPECT_EQ(r.out, "Ready to Migrate Database\nYou specified the following parameters:\nMigrating from:\n"
-                     "  Server: " +
-                         clientHostName() +
-                         "\\VELDRIN\n  Database: LFDesktop10\n  Chemical Structure Index File: " + appDataIndex +
-                         "\n\nMigrating to:\n  Server: 127.0.0.1\\MULTIUSER\n  Database: Labfolio\n"
-                         "  Chemical Structure Index File: " +
-                         index().string() + "\n\nService Name: Labfolio\nDatabase Backup File: " +
-                         (backup() / "Labfolio.bak").string() + "\n");
+    EXPECT_EQ(r.out,
+              "Ready to Migrate Database\nYou specified the following parameters:\nMigrating from:\n"
+              "  Server: " +
+                  clientHostName() +
+                  "\\VELDRIN\n  Database: LFDesktop10\n  Chemical Structure Index File: " + appDataIndex +
+                  "\n\nMigrating to:\n  Server: 127.0.0.1\\MULTIUSER\n  Database: Labfolio\n"
+                  "  Chemical Structure Index File: " +
+                  index().string() + "\n\nService Name: Labfolio\nDatabase Backup File: " +
+                  (backup() / "Labfolio.bak").string() + "\n");
     EXPECT_NE(r.err.find("Are you sure you want to replace the database \"Labfolio\"? (dry run: not asked)"),
               std::string::npos)
         << r.err;
@@ -95,16 +96,17 @@ TEST_F(CliMigrateE2e, ReplacingADatabaseWithoutATerminalOrYesIsRefused)
 TEST_F(CliMigrateE2e, AFailedCheckPrintsTheWindowsMessageAndExitsWith2)
 {
     CliRun r = run({"migrate", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--index-folder",
-                    (dir.path() / "nowhere" / "index").string(), "--service-name", "Labfolio", "--backup-folder",
-                    backup().string()});
+                    (dir.path() / "nowhere" / "index").string(), "--service-name", "Labfolio",
+                    "--backup-folder", backup().string()});
     EXPECT_EQ(r.status, 2) << said(r);
     EXPECT_EQ(r.err, "MST File Location: The specified folder to store the MST file does not exist.\n");
 
     r = run({"migrate", "--server", "127.0.0.1\\NOWHERE", "--database", "Labfolio", "--index-folder",
              index().string(), "--service-name", "Labfolio", "--backup-folder", backup().string()});
     EXPECT_EQ(r.status, 2) << said(r);
-    EXPECT_EQ(r.err.rfind("Error Clicking Next: Sorry, while testing whether the server \"127.0.0.1\\NOWHERE\"", 0),
-              0u)
+    EXPECT_EQ(
+        r.err.rfind("Error Clicking Next: Sorry, while testing whether the server \"127.0.0.1\\NOWHERE\"", 0),
+        0u)
         << r.err;
 }
 

@@ -29,8 +29,9 @@ protected:
 
     std::vector<std::string> rebuild() const
     {
-        return {"rebuild-index", "--server", clientHostName() + "\\VELDRIN", "--database", "LFDesktop10",
-                "--index-folder", index().string()};
+        return {"rebuild-index", "--server",    clientHostName() + "\\VELDRIN",
+                "--database",    "LFDesktop10", "--index-folder",
+                index().string()};
     }
 
     std::vector<int64_t> molIds()
@@ -71,16 +72,16 @@ TEST_F(CliRebuildE2e, ADryRunShowsTheIndexSummaryAndWritesNothing)
                           "LFDesktop10", "--index-folder", index().string(), "--dry-run"});
     ASSERT_EQ(r.status, 0) << said(r);
     EXPECT_EQ(r.out, "Ready to Build the MST File\nYou specified the following parameters:\nServer: " +
-                         clientHostName() + "\\VELDRIN\nDatabase: LFDesktop10\nMST File Location: " +
-                         index().string() + "\n");
+                         clientHostName() +
+                         "\\VELDRIN\nDatabase: LFDesktop10\nMST File Location: " + index().string() + "\n");
     EXPECT_EQ(files(), before);
     EXPECT_EQ(molIds(), idsBefore);
 }
 
 TEST_F(CliRebuildE2e, ADatabaseThatDoesNotExistIsRefused)
 {
-    const CliRun r = run({"rebuild-index", "--server", clientHostName() + "\\VELDRIN", "--database", "Nothing",
-                          "--index-folder", index().string()});
+    const CliRun r = run({"rebuild-index", "--server", clientHostName() + "\\VELDRIN", "--database",
+                          "Nothing", "--index-folder", index().string()});
     EXPECT_EQ(r.status, 2) << said(r);
     EXPECT_EQ(r.err, "Database Setup: The database Nothing does not exist.\n");
 }
@@ -102,7 +103,8 @@ TEST_F(LargeCliRebuildE2e, CtrlCStopsBetweenSlicesTheIndexReopensAndTheNumberedR
     EXPECT_NE(r.err.find("Stopped: "), std::string::npos) << r.err;
 
     const std::vector<int64_t> ids = molIds();
-    const auto numbered = static_cast<size_t>(std::count_if(ids.begin(), ids.end(), [](int64_t id) { return id; }));
+    const auto numbered =
+        static_cast<size_t>(std::count_if(ids.begin(), ids.end(), [](int64_t id) { return id; }));
     EXPECT_GT(numbered, 0u);
     EXPECT_LT(numbered, ids.size()) << "stopped before the end";
     for (size_t i = 0; i < numbered; ++i)

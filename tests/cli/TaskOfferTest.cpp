@@ -14,7 +14,8 @@ TEST(TaskOffer, AComputerWithEverythingOffersEveryTaskAndStartsWithTheMigration)
 TEST(TaskOffer, WithoutTheDatabaseEngineOnlyConnectingAndTheRebuildAreOffered)
 {
     const TaskOffer offer(false, true, true);
-    EXPECT_EQ(offer.whyNot(TaskFlowView::MigrateDatabase), "no SQL Server or MSDE instance is installed on this computer");
+    EXPECT_EQ(offer.whyNot(TaskFlowView::MigrateDatabase),
+              "no SQL Server or MSDE instance is installed on this computer");
     EXPECT_FALSE(offer.offers(TaskFlowView::ConnectDesktop));
     EXPECT_FALSE(offer.offers(TaskFlowView::CreateOffline));
     EXPECT_TRUE(offer.offers(TaskFlowView::ConnectService));
@@ -35,6 +36,7 @@ TEST(TaskOffer, WithoutTheProductNeitherMigrationNorDesktopConnection)
 TEST(TaskOffer, WithoutTheChemistryComponentNoRebuild)
 {
     const TaskOffer offer(true, true, false);
-    EXPECT_EQ(offer.whyNot(TaskFlowView::RebuildIndex), "the chemistry component is not installed on this computer");
+    EXPECT_EQ(offer.whyNot(TaskFlowView::RebuildIndex),
+              "the chemistry component is not installed on this computer");
     EXPECT_TRUE(offer.offers(TaskFlowView::MigrateDatabase));
 }

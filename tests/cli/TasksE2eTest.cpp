@@ -15,7 +15,8 @@ namespace {
 std::vector<std::string> serviceNames(const fs::path& appData)
 {
     std::vector<std::string> names;
-    for (const auto& entry : engine::ServiceList::Load((appData / "LFClientConfig.xml").string(), "Test").entries())
+    for (const auto& entry :
+         engine::ServiceList::Load((appData / "LFClientConfig.xml").string(), "Test").entries())
         names.push_back(entry.name);
     return names;
 }
@@ -26,16 +27,17 @@ TEST_F(CliE2e, ConnectServiceInstallsTheServiceAndPrintsItsResult)
 {
     const fs::path share = dir.path() / "share";
     const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server", (share / "LabDataConfig.xml").string(),
-                             "Test");
+    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
+                             (share / "LabDataConfig.xml").string(), "Test");
     engine::WriteServerConfigFile((share / "LabDataConfig.xml").string(), (share / "LabData.udl").string(),
                                   (share / "Labfolio.mst").string(), "Test");
     engine::WriteDataLinkFileFor(share / "LabData.udl", "LABSRV", "LabData", "Test");
 
     const CliRun r = run({"connect-service", service});
     ASSERT_EQ(r.status, 0) << said(r);
-    EXPECT_EQ(r.out, "Connection Completed\nTo connect to the service, run the Labfolio program and choose the "
-                     "service from the list of Labfolio services that appears in the Login dialog box.\n");
+    EXPECT_EQ(r.out,
+              "Connection Completed\nTo connect to the service, run the Labfolio program and choose the "
+              "service from the list of Labfolio services that appears in the Login dialog box.\n");
     EXPECT_EQ(serviceNames(appData()), std::vector<std::string>{"Chemistry Lab"});
     EXPECT_TRUE(fs::exists(appData() / "LabDataConfig.xml"));
     EXPECT_TRUE(fs::exists(appData() / "LabData.udl"));
@@ -54,8 +56,8 @@ TEST_F(CliE2e, AServiceWhoseServerConfigurationIsMissingFailsWithSorryAndExit1)
 {
     const fs::path share = dir.path() / "share";
     const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server", (share / "LabDataConfig.xml").string(),
-                             "Test");
+    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
+                             (share / "LabDataConfig.xml").string(), "Test");
     const CliRun r = run({"connect-service", service});
     EXPECT_EQ(r.status, 1) << said(r);
     EXPECT_EQ(r.err, "Connection Creation Aborted\nSorry, the server configuration file \"" +
@@ -68,8 +70,9 @@ TEST_F(CliE2e, ConnectDesktopAddsTheDesktopServiceWithoutAnyQtPlatform)
     cli.environment["QT_QPA_PLATFORM"] = "doesnotexist";
     const CliRun r = run({"connect-desktop"});
     ASSERT_EQ(r.status, 0) << said(r);
-    EXPECT_EQ(r.out, "Connection Completed\nThe Multi-User Setup wizard has successfully created a connection to "
-                     "your local database.\n");
+    EXPECT_EQ(r.out,
+              "Connection Completed\nThe Multi-User Setup wizard has successfully created a connection to "
+              "your local database.\n");
     EXPECT_EQ(serviceNames(appData()), std::vector<std::string>{"Desktop"});
 }
 
@@ -129,7 +132,8 @@ TEST_F(CliE2e, WithoutAWindowsLoginTheMsdeLoginComesFromItsOptionAndThePasswordF
               std::string::npos)
         << r.err;
 
-    r = run({"create-offline", "--msde-user", kWizardLogin, "--msde-password-file", passwordFile, "--dry-run"});
+    r = run(
+        {"create-offline", "--msde-user", kWizardLogin, "--msde-password-file", passwordFile, "--dry-run"});
     EXPECT_EQ(r.status, 0) << said(r);
     EXPECT_EQ(r.out, "Ready to Create Your Offline Database\n");
     EXPECT_EQ(databases("VELDRIN").count("LFOffline9"), 0u);
@@ -145,9 +149,10 @@ TEST_F(CliE2e, ADryRunOfTheDesktopConnectionShowsItsSummaryAndWritesNothing)
     const auto before = files();
     const CliRun r = run({"connect-desktop", "--dry-run"});
     ASSERT_EQ(r.status, 0) << said(r);
-    EXPECT_EQ(r.out, "Ready to Create Connection To Your Database\nOnce the connection is created, choose the "
-                     "Labfolio Service \"Desktop\" when you start the Labfolio program to connect to your "
-                     "desktop database\n");
+    EXPECT_EQ(r.out,
+              "Ready to Create Connection To Your Database\nOnce the connection is created, choose the "
+              "Labfolio Service \"Desktop\" when you start the Labfolio program to connect to your "
+              "desktop database\n");
     EXPECT_EQ(files(), before);
 }
 
@@ -166,18 +171,20 @@ TEST_F(CliRestoreE2e, RestoreMovesTheFilesAndMakesYouTheAdministratorWithANewIde
                                     ->scalar("SELECT data FROM ELN_parameters WHERE name = N'database guid'")
                                     .toText();
 
-    const CliRun r =
-        run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak,
-             "--set-administrator"});
+    const CliRun r = run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup",
+                          bak, "--set-administrator"});
     ASSERT_EQ(r.status, 0) << said(r);
-    EXPECT_EQ(r.out, "Restore Completed\nThe database \"Labfolio\" has been restored on \"127.0.0.1\\MULTIUSER\", "
-                     "with you as its administrator and a new database identity.\n");
+    EXPECT_EQ(r.out,
+              "Restore Completed\nThe database \"Labfolio\" has been restored on \"127.0.0.1\\MULTIUSER\", "
+              "with you as its administrator and a new database identity.\n");
     ASSERT_EQ(databases("MULTIUSER").count("Labfolio"), 1u);
     auto restored = machine.sa("MULTIUSER", "Labfolio");
-    EXPECT_EQ(restored->scalar("SELECT is_administrator FROM ELN_people WHERE UserName = '" + childUser() + "'")
-                  .toInt(),
-              1);
-    EXPECT_NE(restored->scalar("SELECT data FROM ELN_parameters WHERE name = N'database guid'").toText(), oldGuid);
+    EXPECT_EQ(
+        restored->scalar("SELECT is_administrator FROM ELN_people WHERE UserName = '" + childUser() + "'")
+            .toInt(),
+        1);
+    EXPECT_NE(restored->scalar("SELECT data FROM ELN_parameters WHERE name = N'database guid'").toText(),
+              oldGuid);
     EXPECT_EQ(machine.sa("MULTIUSER", "Labfolio")
                   ->scalar("SELECT COUNT(*) FROM sys.database_files WHERE name = N'Labfolio_data.mdf'")
                   .toInt(),
@@ -190,20 +197,23 @@ TEST_F(CliRestoreE2e, RestoringOverAnExistingDatabaseNeedsYes)
     machine.sa("VELDRIN")->Execute("BACKUP DATABASE LFDesktop10 TO DISK = N'" + bak + "'");
     machine.sa("MULTIUSER")->Execute("CREATE DATABASE Labfolio");
 
-    CliRun r = run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak});
+    CliRun r =
+        run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak});
     EXPECT_EQ(r.status, 2) << said(r);
     EXPECT_NE(r.err.find("Database Setup: Are you sure you want to replace the database \"Labfolio\"?"),
               std::string::npos)
         << r.err;
 
-    r = run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak, "--yes"});
+    r = run(
+        {"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak, "--yes"});
     EXPECT_EQ(r.status, 0) << said(r);
 }
 
 TEST_F(CliRestoreE2e, AMissingBackupFailsWithSorryAndExit1)
 {
     const std::string bak = (backup() / "none.bak").string();
-    const CliRun r = run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak});
+    const CliRun r =
+        run({"restore", "--server", "127.0.0.1\\MULTIUSER", "--database", "Labfolio", "--backup", bak});
     EXPECT_EQ(r.status, 1) << said(r);
     EXPECT_NE(r.err.find("Restore Aborted\nSorry, Cannot open backup device"), std::string::npos) << r.err;
     EXPECT_EQ(databases("MULTIUSER").count("Labfolio"), 0u);
