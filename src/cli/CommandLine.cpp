@@ -8,9 +8,9 @@ namespace {
 
 constexpr const char* kProgram = "labfolio-setup";
 
-const std::vector<OptionSpec>& commonOptions()
+const std::vector<OptionDefinition>& commonOptions()
 {
-    static const std::vector<OptionSpec> options = {
+    static const std::vector<OptionDefinition> options = {
         {"yes", "", false, "answer Yes to every confirmation"},
         {"dry-run", "", false, "run every check and show the summary, change nothing"},
         {"help", "", false, "show this help"},
@@ -18,7 +18,7 @@ const std::vector<OptionSpec>& commonOptions()
     return options;
 }
 
-std::vector<OptionSpec> msdeOptions()
+std::vector<OptionDefinition> msdeOptions()
 {
     return {
         {"msde-server", "NAME", false,
@@ -56,24 +56,24 @@ std::string wrapped(const std::string& text, size_t indent, size_t column)
     return out;
 }
 
-const OptionSpec* findOption(const CommandSpec& spec, const std::string& name)
+const OptionDefinition* findOption(const CommandDefinition& definition, const std::string& name)
 {
-    for (const auto* list : {&spec.options, &commonOptions()}) {
-        const auto found =
-            std::find_if(list->begin(), list->end(), [&](const OptionSpec& o) { return o.name == name; });
+    for (const auto* list : {&definition.options, &commonOptions()}) {
+        const auto found = std::find_if(list->begin(), list->end(),
+                                        [&](const OptionDefinition& o) { return o.name == name; });
         if (found != list->end())
             return &*found;
     }
     return nullptr;
 }
 
-std::string optionSyntax(const OptionSpec& option)
+std::string optionSyntax(const OptionDefinition& option)
 {
     return "--" + option.name + (option.valueName.empty() ? "" : " " + option.valueName);
 }
 
 // The option list of a help text: syntax and text in two columns.
-std::string optionTable(const std::vector<OptionSpec>& options)
+std::string optionTable(const std::vector<OptionDefinition>& options)
 {
     size_t width = 0;
     for (const auto& o : options)
@@ -93,10 +93,10 @@ constexpr const char* kExitStatuses =
 
 } // namespace
 
-const std::vector<CommandSpec>& Commands()
+const std::vector<CommandDefinition>& Commands()
 {
-    static const std::vector<CommandSpec> commands = [] {
-        std::vector<CommandSpec> c;
+    static const std::vector<CommandDefinition> commands = [] {
+        std::vector<CommandDefinition> c;
         c.push_back({"migrate",
                      "Migrate the desktop database to a multi-user server: back it up into the backup folder "
                      "and copy its chemical structure index into the index folder.",
@@ -122,9 +122,9 @@ const std::vector<CommandSpec>& Commands()
                      "",
                      "",
                      "labfolio-setup connect-desktop"});
-        std::vector<OptionSpec> create = {{"group", "NAME", false,
-                                           "the Windows group of the offline users, where the built-in "
-                                           "group has a translated name (else it is asked)"}};
+        std::vector<OptionDefinition> create = {{"group", "NAME", false,
+                                                 "the Windows group of the offline users, where the built-in "
+                                                 "group has a translated name (else it is asked)"}};
         for (auto& o : msdeOptions())
             create.push_back(o);
         c.push_back({"create-offline",
@@ -159,7 +159,7 @@ const std::vector<CommandSpec>& Commands()
     return commands;
 }
 
-const CommandSpec* FindCommand(const std::string& name)
+const CommandDefinition* FindCommand(const std::string& name)
 {
     for (const auto& c : Commands())
         if (c.name == name)
@@ -190,11 +190,13 @@ ParsedCommand ParseCommandLine(const std::vector<std::string>& args)
     if (args.empty())
         throw UsageError("no command given", nullptr);
     ParsedCommand parsed;
-    parsed.spec = FindCommand(args[0]);
-    if (!parsed.spec)
+    parsed.definition = FindCommand(args[0]);
+    if (!parsed.definition)
         throw UsageError("unknown command \"" + args[0] + "\"", nullptr);
-    const CommandSpec& spec = *parsed.spec;
-    auto fail = [&](const std::string& message) { throw UsageError(spec.name + ": " + message, &spec); };
+    const CommandDefinition& definition = *parsed.definition;
+    auto fail = [&](const std::string& message) {
+        throw UsageError(definition.name + ": " + message, &definition);
+    };
 
     bool optionsEnded = false;
     for (size_t i = 1; i < args.size(); ++i) {
@@ -208,7 +210,7 @@ ParsedCommand ParseCommandLine(const std::vector<std::string>& args)
             continue;
         }
         if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
-            if (spec.argument.empty() || !parsed.argument.empty())
+            if (definition.argument.empty() || !parsed.argument.empty())
                 fail("unexpected argument \"" + arg + "\"");
             parsed.argument = arg;
             continue;
@@ -217,7 +219,7 @@ ParsedCommand ParseCommandLine(const std::vector<std::string>& args)
             fail("unknown option " + arg);
         const auto equals = arg.find('=');
         const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-        const OptionSpec* option = findOption(spec, name);
+        const OptionDefinition* option = findOption(definition, name);
         if (!option)
             fail("unknown option --" + name);
         if (option->valueName.empty()) {
@@ -238,17 +240,17 @@ ParsedCommand ParseCommandLine(const std::vector<std::string>& args)
     }
     if (parsed.help)
         return parsed;
-    for (const auto& option : spec.options)
+    for (const auto& option : definition.options)
         if (option.required && !parsed.values.count(option.name))
             fail("--" + option.name + " is missing");
-    if (!spec.argument.empty() && parsed.argument.empty())
-        fail(spec.argument + " is missing");
+    if (!definition.argument.empty() && parsed.argument.empty())
+        fail(definition.argument + " is missing");
     return parsed;
 }
 
-std::string UsageText(const CommandSpec* spec)
+std::string UsageText(const CommandDefinition* definition)
 {
-    if (!spec) {
+    if (!definition) {
         std::string out = std::string("Usage: ") + kProgram + " [COMMAND [OPTIONS]]\n";
         out += std::string("Commands: ");
         for (const auto& c : Commands())
@@ -256,18 +258,18 @@ std::string UsageText(const CommandSpec* spec)
         out += std::string("Run '") + kProgram + " COMMAND --help' for a command's options.\n";
         return out;
     }
-    std::string out = std::string("Usage: ") + kProgram + " " + spec->name;
-    for (const auto& o : spec->options)
+    std::string out = std::string("Usage: ") + kProgram + " " + definition->name;
+    for (const auto& o : definition->options)
         out += " " + (o.required ? optionSyntax(o) : "[" + optionSyntax(o) + "]");
-    if (!spec->argument.empty())
-        out += " " + spec->argument;
+    if (!definition->argument.empty())
+        out += " " + definition->argument;
     out += " [--yes] [--dry-run]";
     return wrapped(out, 4, 0) + "\n";
 }
 
-std::string HelpText(const CommandSpec* spec)
+std::string HelpText(const CommandDefinition* definition)
 {
-    if (!spec) {
+    if (!definition) {
         std::string out = std::string("Usage: ") + kProgram + " [COMMAND [OPTIONS]]\n\n" +
                           "Labfolio multi-user setup and administration. Without a command the wizard's "
                           "window opens;\nwith one, the task runs here, unattended, with the window's "
@@ -283,13 +285,13 @@ std::string HelpText(const CommandSpec* spec)
         out += std::string("The window's own options: ") + kProgram + " --screenshots DIR\n\n";
         return out + kExitStatuses;
     }
-    std::string out = UsageText(spec) + "\n" + wrapped(spec->summary, 0, 0) + "\n";
-    if (!spec->argument.empty())
-        out += "\n  " + spec->argument + "  " + spec->argumentHelp + "\n";
-    std::vector<OptionSpec> options = spec->options;
+    std::string out = UsageText(definition) + "\n" + wrapped(definition->summary, 0, 0) + "\n";
+    if (!definition->argument.empty())
+        out += "\n  " + definition->argument + "  " + definition->argumentHelp + "\n";
+    std::vector<OptionDefinition> options = definition->options;
     options.insert(options.end(), commonOptions().begin(), commonOptions().end());
     out += "\nOptions:\n" + optionTable(options);
-    out += "\nExample:\n  " + wrapped(spec->example, 4, 2) + "\n\n";
+    out += "\nExample:\n  " + wrapped(definition->example, 4, 2) + "\n\n";
     return out + kExitStatuses;
 }
 

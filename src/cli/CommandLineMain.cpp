@@ -38,14 +38,14 @@ int RunCommandLine(int argc, char** argv)
     try {
         const ParsedCommand command = ParseCommandLine(args);
         if (command.help) {
-            terminal.out(HelpText(command.spec));
+            terminal.out(HelpText(command.definition));
             return kDone;
         }
-        if (command.spec->name == "restore")
+        if (command.definition->name == "restore")
             return RestoreCommand(terminal, command).Run();
         return TaskCommand(terminal, command).Run();
     } catch (const UsageError& e) {
-        terminal.err(std::string("labfolio-setup: ") + e.what() + "\n" + UsageText(e.spec()));
+        terminal.err(std::string("labfolio-setup: ") + e.what() + "\n" + UsageText(e.definition()));
         return kRefused;
     } catch (const LfError& e) {
         terminal.err("Sorry, " + e.description() + "\n");

@@ -2,6 +2,7 @@
 
 #include "Terminal.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>

@@ -60,10 +60,10 @@ int32_t TaskCommand::TaskOf(const std::string& commandName)
 int TaskCommand::Run()
 {
     const ParsedCommand& c = m_command;
-    const int32_t task = TaskOf(c.spec->name);
+    const int32_t task = TaskOf(c.definition->name);
     const std::string notOffered = TaskOffer::ForThisComputer().whyNot(task);
     if (!notOffered.empty()) {
-        m_terminal.err("labfolio-setup " + c.spec->name + ": " + notOffered +
+        m_terminal.err("labfolio-setup " + c.definition->name + ": " + notOffered +
                        ", so the wizard does not offer "
                        "this task.\n");
         return kRefused;

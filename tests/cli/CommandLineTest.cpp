@@ -23,7 +23,7 @@ TEST(CommandLine, ValuesComeAfterTheOptionOrAfterAnEqualsSign)
 {
     const auto c = ParseCommandLine(
         {"rebuild-index", "--server", "LAB\\SQL", "--database=Lab", "--index-folder", "/srv/a b", "--yes"});
-    EXPECT_EQ(c.spec->name, "rebuild-index");
+    EXPECT_EQ(c.definition->name, "rebuild-index");
     EXPECT_EQ(c.valueOr("server"), "LAB\\SQL");
     EXPECT_EQ(c.valueOr("database"), "Lab");
     EXPECT_EQ(c.valueOr("index-folder"), "/srv/a b");
