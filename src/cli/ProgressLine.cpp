@@ -68,7 +68,7 @@ void ProgressLine::setProgressValue(int value)
 {
     std::lock_guard lock(m_mutex);
     m_value = value;
-    if (m_bar)
+    if (m_bar && !m_message.empty())
         draw({}, false);
 }
 
@@ -111,9 +111,7 @@ void ProgressLine::showRows(int64_t done, int64_t total)
 void ProgressLine::close()
 {
     std::lock_guard lock(m_mutex);
-    if (m_lineOpen)
-        m_terminal.err("\n");
-    m_lineOpen = false;
+    m_terminal.endLine();
 }
 
 int ProgressLine::percent() const
@@ -143,7 +141,6 @@ void ProgressLine::draw(const std::string& detail, bool newStep)
         line.resize(room);
     // Back to the line's start, the new text, and the rest of the old one cleared.
     m_terminal.err("\r" + line + "\x1b[K");
-    m_lineOpen = true;
 }
 
 } // namespace cli

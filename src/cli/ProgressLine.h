@@ -40,7 +40,6 @@ private:
     std::function<void()> m_finished;
     std::mutex m_mutex;
     const bool m_bar;
-    bool m_lineOpen = false;
     std::string m_message;
     int m_minimum = 0;
     int m_maximum = 100;

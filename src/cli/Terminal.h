@@ -16,11 +16,25 @@ public:
     // Standard error is a terminal, where a progress bar can redraw its line.
     virtual bool drawsProgress() const;
 
-    virtual void out(const std::string& text);
-    virtual void err(const std::string& text);
-    // Shows the prompt on standard error and reads one line; no echo when hidden. Empty optional at
-    // the end of the input.
-    virtual std::optional<std::string> ask(const std::string& prompt, bool hidden);
+    // Text that does not end its line (a progress bar) is ended by the next text that does not
+    // redraw it, so that a question or a result never starts in the middle of the bar.
+    void out(const std::string& text);
+    void err(const std::string& text);
+    // Shows the prompt on standard error and reads one line; no echo when hidden. Empty optional
+    // at the end of the input.
+    std::optional<std::string> ask(const std::string& prompt, bool hidden);
+    // Ends a line left open.
+    void endLine() { endOpenLine({}); }
+
+protected:
+    virtual void writeOut(const std::string& text);
+    virtual void writeErr(const std::string& text);
+    virtual std::optional<std::string> readLine(bool hidden);
+
+private:
+    void endOpenLine(const std::string& next);
+
+    bool m_lineOpen = false;
 };
 
 } // namespace cli

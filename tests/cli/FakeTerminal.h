@@ -16,14 +16,21 @@ public:
     std::string errText;
     std::string prompts;
     bool lastAskHidden = false;
+    std::string lastErr;
 
     bool interactive() const override { return someoneThere; }
     bool drawsProgress() const override { return bar; }
-    void out(const std::string& text) override { outText += text; }
-    void err(const std::string& text) override { errText += text; }
-    std::optional<std::string> ask(const std::string& prompt, bool hidden) override
+
+protected:
+    void writeOut(const std::string& text) override { outText += text; }
+    void writeErr(const std::string& text) override
     {
-        prompts += prompt;
+        errText += text;
+        lastErr = text;
+    }
+    std::optional<std::string> readLine(bool hidden) override
+    {
+        prompts += lastErr;
         lastAskHidden = hidden;
         if (answers.empty())
             return std::nullopt;

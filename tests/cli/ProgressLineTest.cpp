@@ -62,6 +62,20 @@ TEST(ProgressLine, ARestoreCountsFromItsOwnStart)
     ProgressLine line(t);
     line.setProgressMinimum(100);
     line.setProgressMaximum(200);
+    line.setMessage("Restoring Database...");
     line.setProgressValue(150);
-    EXPECT_NE(t.errText.find(" 50%"), std::string::npos) << t.errText;
+    EXPECT_NE(t.errText.find(" 50%  Restoring Database..."), std::string::npos) << t.errText;
+}
+
+TEST(ProgressLine, AQuestionDuringTheBarStartsOnALineOfItsOwn)
+{
+    FakeTerminal t;
+    t.bar = true;
+    ProgressLine line(t);
+    line.setMessage("Copying Chemical Structure Index...");
+    t.err("Multi-user migration: overwrite it?\n");
+    EXPECT_NE(t.errText.find("Index...\x1b[K\nMulti-user migration"), std::string::npos) << t.errText;
+    line.setProgressValue(10);
+    line.close();
+    EXPECT_EQ(t.errText.substr(t.errText.size() - 2), "K\n") << "the bar drawn again, then ended once";
 }
