@@ -1,3 +1,4 @@
+#include "CommandLineMain.h"
 #include "CompanionFiles.h"
 #include "QtPrompter.h"
 #include "ScreenshotTour.h"
@@ -12,6 +13,9 @@ int main(int argc, char** argv)
 {
     for (const std::string& line : MissingCompanionFiles())
         std::fprintf(stderr, "labfolio-setup: %s\n", line.c_str());
+    // A command runs here, before any QApplication: it needs no display and no Qt platform.
+    if (cli::IsCommandLine(argc, argv))
+        return cli::RunCommandLine(argc, argv);
     UseOffscreenPlatformForScreenshots(argc, argv);
     QApplication app(argc, argv);
     QApplication::setApplicationName(version::kApplicationTitle);

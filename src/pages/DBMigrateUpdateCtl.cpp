@@ -1,9 +1,9 @@
 #include "DBMigrateUpdateCtl.h"
 
+#include "MigrationSummary.h"
 #include "SummaryBox.h"
 
 #include <QResizeEvent>
-#include <QStringList>
 #include <QTextEdit>
 
 DBMigrateUpdateCtl::DBMigrateUpdateCtl(QWidget* parent)
@@ -19,22 +19,10 @@ void DBMigrateUpdateCtl::Initialize(const QString& SrcServerName, const QString&
                                     const QString& /*ServiceConfigPath*/, const QString& ServiceName,
                                     const QString& BackupFilePath)
 {
-    // Values are shown as received: an empty one leaves its label alone, trailing blank kept.
-    const QStringList lines = {
-        QStringLiteral("Migrating from:"),
-        QStringLiteral("  Server: ") + SrcServerName,
-        QStringLiteral("  Database: ") + SrcDBName,
-        QStringLiteral("  Chemical Structure Index File: ") + SrcMSTFilePath,
-        QString(),
-        QStringLiteral("Migrating to:"),
-        QStringLiteral("  Server: ") + TargetServerName,
-        QStringLiteral("  Database: ") + TargetDBName,
-        QStringLiteral("  Chemical Structure Index File: ") + TargetMSTFilePath,
-        QString(),
-        QStringLiteral("Service Name: ") + ServiceName,
-        QStringLiteral("Database Backup File: ") + BackupFilePath,
-    };
-    m_summaryText = lines.join(QStringLiteral("\r\n"));
+    const auto s = [](const QString& text) { return text.toStdString(); };
+    m_summaryText = QString::fromStdString(engine::MigrationSummaryText(
+        s(SrcServerName), s(SrcDBName), s(SrcMSTFilePath), s(TargetServerName), s(TargetDBName),
+        s(TargetMSTFilePath), s(ServiceName), s(BackupFilePath), "\r\n"));
     SummaryBox::setText(m_rtbSum, m_summaryText);
 }
 

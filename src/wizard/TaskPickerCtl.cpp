@@ -1,7 +1,7 @@
 #include "TaskPickerCtl.h"
 
 #include "ApplyLanguageFont.h"
-#include "SQLServerUtils.h"
+#include "TaskOffer.h"
 
 #include <QButtonGroup>
 #include <QPlainTextEdit>
@@ -34,9 +34,6 @@ const Option kOptions[6] = {
 // Rows on the page: the three options offered today first, the three hidden ones after them,
 // each keeping its row when hidden.
 const int kRowOfOption[6] = {0, 1, 3, 4, 2, 5};
-
-constexpr const char* kProductKey = "SOFTWARE\\Veldrin\\Labfolio\\10.0";
-constexpr const char* kChemistryKey = "Strucora10.Document\\CLSID";
 
 }  // namespace
 
@@ -99,26 +96,11 @@ TaskPickerCtl::TaskPickerCtl(QWidget* parent) : WizardPage(parent)
 
 void TaskPickerCtl::initializeFromRegistry()
 {
-    using SQLServerUtils::RegistryKeyExists;
-    const bool enginePresent = SQLServerUtils::InstalledInstancesExist();
-    const bool productPresent = enginePresent && RegistryKeyExists(reg::Hive::LocalMachine, kProductKey);
-
     auto option = [this](TaskCode code) { return m_options[code - 1]; };
-    if (!enginePresent) {
-        option(ConnectDesktop)->setEnabled(false);
-        option(MigrateDatabase)->setEnabled(false);
-        option(CreateOffline)->setEnabled(false);
-        option(ConnectService)->setChecked(true);
-    } else if (productPresent) {
-        option(MigrateDatabase)->setChecked(true);
-    } else {
-        option(ConnectDesktop)->setEnabled(false);
-        option(MigrateDatabase)->setEnabled(false);
-        option(ConnectService)->setChecked(true);
-    }
-
-    if (!RegistryKeyExists(reg::Hive::ClassesRoot, kChemistryKey))
-        option(RebuildIndex)->setEnabled(false);
+    const TaskOffer offer = TaskOffer::ForThisComputer();
+    for (int32_t task = MigrateDatabase; task <= RemoveOffline; ++task)
+        m_options[task - 1]->setEnabled(offer.offers(task));
+    m_options[offer.preselected() - 1]->setChecked(true);
 
     // Offered only through the other tasks today; their flows stay complete.
     option(RemoveOffline)->setVisible(false);

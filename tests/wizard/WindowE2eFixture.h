@@ -7,6 +7,7 @@
 #include "ScriptedPrompter.h"
 #include "TaskPickerCtl.h"
 #include "TempDir.h"
+#include "WorkstationRegistry.h"
 #include "WizardPage.h"
 #include "frmInstall.h"
 #include "sqlserver_E2eSupport.h"
@@ -25,20 +26,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-// The registry of a workstation with the desktop instance, the product and the chemistry
-// component installed, and the shared application-data folder in the test's folder.
-inline std::string machineRegistry(const std::filesystem::path& root)
-{
-    std::string folder = (root / "appdata").string();
-    std::string escaped;
-    for (char c : folder)
-        escaped += c == '\\' ? std::string("\\\\") : std::string(1, c);
-    return regtext::installedInstances({"VELDRIN"}) + regtext::kProductKey + regtext::kChemistryKey +
-           "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell "
-           "Folders]\r\n\"Common AppData\"=\"" +
-           escaped + "\"\r\n\r\n";
-}
 
 // The user of the desktop database, in the form the wizard's caller account takes.
 inline std::string desktopUser()

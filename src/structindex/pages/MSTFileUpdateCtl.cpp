@@ -1,5 +1,6 @@
 #include "MSTFileUpdateCtl.h"
 
+#include "IndexSummary.h"
 #include "SummaryBox.h"
 
 #include <QResizeEvent>
@@ -13,8 +14,8 @@ MSTFileUpdateCtl::MSTFileUpdateCtl(QWidget* parent) : WizardPage(parent), m_rtbS
 void MSTFileUpdateCtl::Initialize(const QString& ServerName, const QString& DatabaseName,
                                   const QString& MSTFilePath)
 {
-    m_summaryText = QStringLiteral("Server: ") + ServerName + QStringLiteral("\r\nDatabase: ") +
-                    DatabaseName + QStringLiteral("\r\nMST File Location: ") + MSTFilePath;
+    m_summaryText = QString::fromStdString(IndexSummaryText(
+        ServerName.toStdString(), DatabaseName.toStdString(), MSTFilePath.toStdString(), "\r\n"));
     SummaryBox::setText(m_rtbSum, m_summaryText);
 }
 
