@@ -19,6 +19,8 @@ packages=(
 # Structure index: molecules for its tests, benchmark and demo (SMILES from rdkit-data, turned
 # into CDXML by openbabel's obabel).
 packages+=(rdkit-data openbabel)
+# The structure index files' CRC-32 (zlib).
+packages+=(zlib1g-dev)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -3,6 +3,7 @@
 #include "IndexError.h"
 #include "PositionalFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <optional>
@@ -186,11 +187,28 @@ void IndexSnapshot::readPage(uint64_t first, size_t size, Page& page) const
     readRecords(FileKind::Msf, first, size, page.facts);
 }
 
-void IndexSnapshot::readMolecule(uint64_t position, const Entry& entry, std::string& out) const
+void IndexSnapshot::readMolecule(uint64_t position, const Entry& entry, std::string& out,
+                                 ReadAhead* ahead) const
 {
-    out.resize(entry.length);
-    if (!m_files[slot(FileKind::Mss)]->readAt(kHeaderSize + entry.offset, out.data(), out.size()))
-        damaged(recordName(position, "molecule", FileKind::Mss) + " could not be read");
+    const auto& file = *m_files[slot(FileKind::Mss)];
+    if (ahead &&
+        (entry.offset < ahead->start || entry.offset + entry.length > ahead->start + ahead->bytes.size())) {
+        // Entries were checked to lie within the committed molecule data.
+        ahead->start = entry.offset;
+        ahead->bytes.resize(
+            std::max<uint64_t>(entry.length, std::min(kReadAheadBytes, m_commit.dataBytes - entry.offset)));
+        if (!file.readAt(kHeaderSize + ahead->start, ahead->bytes.data(), ahead->bytes.size())) {
+            ahead->bytes.clear();
+            damaged(recordName(position, "molecule", FileKind::Mss) + " could not be read");
+        }
+    }
+    if (ahead) {
+        out.assign(ahead->bytes, entry.offset - ahead->start, entry.length);
+    } else {
+        out.resize(entry.length);
+        if (!file.readAt(kHeaderSize + entry.offset, out.data(), out.size()))
+            damaged(recordName(position, "molecule", FileKind::Mss) + " could not be read");
+    }
     if (crc32(out.data(), out.size()) != entry.crc)
         damaged(recordName(position, "molecule", FileKind::Mss) + " does not match its checksum");
 }

@@ -52,8 +52,16 @@ public:
         MoleculeRecord record(size_t i) const; // key and counts; no molecule
     };
     void readPage(uint64_t first, size_t size, Page& page) const;
+    // Molecules read ahead of the one asked for, so that the next ones of a page come without
+    // another read of the file. One for each thread.
+    struct ReadAhead {
+        std::string bytes;
+        uint64_t start = 0; // where bytes begin in the molecule data
+    };
+    static constexpr uint64_t kReadAheadBytes = 64 * 1024;
     // A structure's molecule bytes, checked against its entry's checksum.
-    void readMolecule(uint64_t position, const indexlayout::Entry& entry, std::string& out) const;
+    void readMolecule(uint64_t position, const indexlayout::Entry& entry, std::string& out,
+                      ReadAhead* ahead = nullptr) const;
 
     // Raises IndexError Damaged: "the structure index "PATH" is damaged: DETAIL".
     [[noreturn]] void damaged(const std::string& detail) const;

@@ -15,6 +15,7 @@ IndexVerifier::Counts IndexVerifier::run() const
     constexpr size_t kPage = 256;
     Counts counts;
     IndexSnapshot::Page page;
+    IndexSnapshot::ReadAhead ahead;
     std::string binary;
     for (uint64_t first = 0; first < m_index.count(); first += kPage) {
         m_index.readPage(first, kPage, page);
@@ -25,7 +26,7 @@ IndexVerifier::Counts IndexVerifier::run() const
             if (page.entries[i].length == 0) {
                 ++counts.empty;
             } else {
-                m_index.readMolecule(position, page.entries[i], binary);
+                m_index.readMolecule(position, page.entries[i], binary, &ahead);
                 RDKit::ROMol molecule;
                 try {
                     RDKit::MolPickler::molFromPickle(binary, molecule);

@@ -105,6 +105,7 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
     auto work = [&] {
         StructureQuery::Matcher matcher(m_query);
         IndexSnapshot::Page page;
+        IndexSnapshot::ReadAhead ahead;
         std::string molecule;
         for (uint64_t p = 0; queue.take(p);) {
             try {
@@ -123,7 +124,7 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
                         continue;
                     }
                     const uint64_t position = page.first + i;
-                    m_index.readMolecule(position, entry, molecule);
+                    m_index.readMolecule(position, entry, molecule, &ahead);
                     ++counts.matched;
                     bool match = false;
                     try {

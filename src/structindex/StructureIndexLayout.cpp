@@ -1,7 +1,7 @@
 #include "StructureIndexLayout.h"
 
-#include <boost/crc.hpp>
 #include <cstring>
+#include <zlib.h>
 
 namespace indexlayout {
 
@@ -175,9 +175,9 @@ void decodeFacts(const uint8_t* raw, MoleculeRecord& record)
 
 uint32_t crc32(const void* data, size_t size)
 {
-    boost::crc_32_type crc;
-    crc.process_bytes(data, size);
-    return crc.checksum();
+    // zlib's CRC-32 (the common one, as in zip and PNG) runs several bytes a step: a search
+    // checks every molecule it reads.
+    return static_cast<uint32_t>(::crc32_z(0, static_cast<const Bytef*>(data), size));
 }
 
 } // namespace indexlayout
