@@ -198,7 +198,7 @@ int verify(const IndexSnapshot& index, std::ostream& out)
     const auto counts = IndexVerifier(index).run();
     out << index.path().string() << ": whole; " << counts.structures << " structures checked";
     if (counts.empty > 0)
-        out << " (" << counts.empty << " entries without a structure)";
+        out << " (entries without a structure: " << counts.empty << ")";
     out << "\n";
     return kDone;
 }
