@@ -116,9 +116,8 @@ bool StructureQuery::Matcher::matches(const std::string& binary)
     RDKit::ROMol molecule;
     try {
         RDKit::MolPickler::molFromPickle(binary, molecule);
-    } catch (const std::exception& e) {
-        throw LfError(LfError::kObjectError513, "labfolio-mst",
-                      std::string("not a molecule (") + e.what() + ")");
+    } catch (const std::exception&) {
+        throw LfError(LfError::kObjectError513, "labfolio-mst", "not a molecule RDKit can read");
     }
     if (!m_parts->canonical.empty())
         return RDKit::MolToSmiles(molecule) == m_parts->canonical;

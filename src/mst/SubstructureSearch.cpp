@@ -34,7 +34,7 @@ public:
     {
         std::lock_guard lock(m_mutex);
         m_waiting.emplace(page, std::move(hits));
-        m_pageCounts.emplace(page, counts);
+        addCounts(counts);
         for (auto it = m_waiting.find(m_delivered); it != m_waiting.end() && !m_over;
              it = m_waiting.find(m_delivered)) {
             for (uint32_t identifier : it->second) {
@@ -44,8 +44,6 @@ public:
                     break;
                 }
             }
-            addCounts(m_pageCounts.at(m_delivered));
-            m_pageCounts.erase(m_delivered);
             m_waiting.erase(it);
             ++m_delivered;
         }
@@ -84,7 +82,6 @@ private:
     std::mutex m_mutex;
     uint64_t m_delivered = 0;
     std::map<uint64_t, std::vector<uint32_t>> m_waiting;
-    std::map<uint64_t, SubstructureSearch::Counts> m_pageCounts;
     SubstructureSearch::Counts m_counts;
     std::exception_ptr m_error;
 };
@@ -129,8 +126,6 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
                     bool match = false;
                     try {
                         match = matcher.matches(molecule);
-                    } catch (const IndexError&) {
-                        throw;
                     } catch (const LfError& e) {
                         m_index.damaged(m_index.recordName(position, "molecule", indexlayout::FileKind::Mss) +
                                         " is " + e.description());
