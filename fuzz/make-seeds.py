@@ -344,3 +344,48 @@ write("MoleculeFromCDXML", "element-out-of-range", CDXML_HEAD + '<n id="1" p="0 
 write("MoleculeFromCDXML", "no-fragment", '<?xml version="1.0"?><CDXML><page/></CDXML>')
 write("MoleculeFromCDXML", "not-cdxml", "this is not a CDXML document")
 write("MoleculeFromCDXML", "unclosed", CDXML_HEAD + '<n id="1" p="0 0"')
+
+# --- labfolio-mst's reader, check and search ------------------------------------------------
+# The StructureIndex shapes, and an index the chemistry module built: three NCI structures and an
+# entry without a structure (zlib, base64), whole and damaged in the ways verify names.
+import base64
+
+for name in ["three", "empty", "fix-crcs", "stopped-after-commit", "newer-version", "companion-of-another",
+             "missing-companions", "bad-commits", "crash-entry-length-huge"]:
+    with open(os.path.join(ROOT, "StructureIndex", name), "rb") as f:
+        write("MstIndex", name.replace("crash-", ""), f.read())
+
+MST_REAL = zlib.decompress(base64.b64decode(
+    "eNrtVs9rJEUUflVd3V3d09PWZEMyomDtbLI7LrL0YFhkEalMj+PoJjBudiGsIAkqtBd/ERbxIJ14GReRCB68KEFEBV1Q"
+    "2fMSNQeFPUgOgh68KOYS0IXFgwj6qqt70kwy+g9YUFOvql69qve+772ehe6jneXFpYsETPvhI+/bv979XuVTyNY5wIXO"
+    "+WfXZH91be2Zl56TrTPRmSjbX+jGFyiOLNf/jh2c++Tm0qt6nxyxr9uv9NZ7Jxa63UuXL+OQvWNZ69aPeEfRQnJg/+NL"
+    "7j3FvFijI3rn8gUL+/LXe/2eZeaDfF8/p3Xjw09H3rE0Lh6/3bj2kx6rpTu9vKfEgRW9ZjnQ1HcyBxI9WqRY4GakpY0x"
+    "GhU0TWiTUktarEktW9pOkzquJK50eZNOEoe4jm3R6SsFTLp5J/+oxgDX23pi5N8z+dytUyi78YE8m8mL+/M4zsUH+oW8"
+    "1y50jGzOGtvG5tRR0ZjEPp1FQ4DUiOSDo4yDrhmtYu6oIgL/JhhdofLwjbU1qvfftk2ggVpJYLEkYHYS2E4SOG4SuDwJ"
+    "uIdr2D0/CSh2qEAlSIKgmgTVMAnCO5Kggj0USSBqSVCbSIKJY7iHfZIhPL7HHNtxucdsVAyrjqhNHKuG03+WUZvcqT4c"
+    "u1f6WYR3qqdKcj2+/crZTL72/O32fcv3lxCZKiFSRme3faBTZsJuSTb66/Mz8f7EXfldF4d3uT8+MlxfnX1yqL8mX46L"
+    "ez//+cW4eM9O9fWhjpHNXUbfvMHY2R3PnDDvKeEmKwgZBbaWcekwMQ4tuHA6y0TMJy38bZEiscbvIBMkoQizBXSECSRj"
+    "g+Se5H6T2hVZCWSlOsxCRqe/KOMZmhivlrIqLuE2V8IqPoRnGR+TqVMlea6UtXFJNnet7D0xks27pey/fogXUyN17zzJ"
+    "wTiq/qZKQppltCniGC2AGaYrrKTDj0Wq9CgZFoIWQ/UGAxu3BgwyY/qnm+npWt1BPNGYgChAiaoUUQHKdV1GWFIqB0IX"
+    "azxFQehL+ijqJR6BamjFbIZtQ0vUzOdsrix9RuTVX3F8k0Tq8NTKrs6b2Rawjr/me4a3mJFn20o/2If/m9/DsPUUJfA2"
+    "TRH/FOFKtxC6fUYRkRbtQL1HEDaxIXL8Z2hrMYXOyZDaFJ4aIGBeA9Y9DGwXw9rYqlxNBwuUtjp3IoWiTfkL4k8Y2j2N"
+    "6cieJmH6joX43+2oq1Lj3z9bmd+MlGo/PgfijQdqvQY0+5JFfNKiJ/wv0e7gNbYiNye2H/qA9xHntzYErZM2CLet0Zxt"
+    "gPom1W9LFdEoK+azz0BJAdvAuUZck1PyjR7T+Af3PlZ/QTPEx+8DDwA2VUZt0P6Dyv2fYSGeiqgSzZz/hf82tAIMUyMA"
+    "9P/4QKL1FR883/jvbxEf+AJFTalSGgm5AnR1Ux9GWm/bivA0teSbdcybnP+R3xZC81+AGERE+4+Galnmka8YPlmTu07T"
+    "B3c0/2Ed/edanyrt23FJWS9Fqsv3tzP/2+jZFswj/9Pcf5Msg3rmP8/4j776iMlIneiSPPNG60TxX4iM4VHx76D4G1jU"
+    "/EL/HwPuM18="))
+real = MST_REAL.split(b"#LFFUZZ#")
+write("MstIndex", "real", index_input(real))
+
+
+def flipped(files, kind, offset):
+    out = list(files)
+    out[kind] = out[kind][:offset] + bytes([out[kind][offset] ^ 0x10]) + out[kind][offset + 1:]
+    return index_input(out)
+
+
+write("MstIndex", "real-molecule-flipped", flipped(real, 2, 32 + 100))
+write("MstIndex", "real-key-flipped", flipped(real, 3, 32 + 256 * 2 + 7))
+write("MstIndex", "real-counts-flipped", flipped(real, 4, 32 + 16 * 2 + 4))
+write("MstIndex", "real-entry-flipped", flipped(real, 1, 32 + 24 + 16))
+write("MstIndex", "real-truncated", index_input(real[:2] + [real[2][:400]] + real[3:]))

@@ -21,6 +21,8 @@ packages=(
 packages+=(rdkit-data openbabel)
 # The installation's tests: the desktop entry checked, the Debian package built and read.
 packages+=(desktop-file-utils dpkg-dev)
+# The structure index files' CRC-32 (zlib).
+packages+=(zlib1g-dev)
 
 # shellcheck source=scripts/install-packages.sh
 . scripts/install-packages.sh

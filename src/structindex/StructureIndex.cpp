@@ -282,11 +282,26 @@ void StructureIndex::Commit()
 void StructureIndex::Flush()
 {
     Commit();
-    for (FileKind k : kKinds)
-        if (!syncFile((*m_files)[k])) {
-            m_broken = true;
-            fail("Commit", std::strerror(errno));
-        }
+    auto syncAll = [this] {
+        for (FileKind k : kKinds)
+            if (!syncFile((*m_files)[k])) {
+                m_broken = true;
+                fail("Commit", std::strerror(errno));
+            }
+    };
+    syncAll();
+    // Then one more record, over the same structures, saying that the build ended here: a reader
+    // can tell a finished index from one whose build was stopped; the next commit clears it. It
+    // goes into the other slot only now that the commit before it is on the disk.
+    const CommitRecord ended{m_sequence + 1, static_cast<uint64_t>(m_committed), m_committedBytes,
+                             kCommitBuildEnded};
+    const auto raw = encodeCommit(ended);
+    if (!writeAt((*m_files)[FileKind::Mst], commitOffset(ended.sequence % 2), raw.data(), raw.size())) {
+        m_broken = true;
+        fail("Commit", std::strerror(errno));
+    }
+    m_sequence = ended.sequence;
+    syncAll();
 }
 
 MoleculeRecord StructureIndex::Record(int64_t position) const

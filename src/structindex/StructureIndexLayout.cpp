@@ -1,7 +1,7 @@
 #include "StructureIndexLayout.h"
 
-#include <boost/crc.hpp>
 #include <cstring>
+#include <zlib.h>
 
 namespace indexlayout {
 
@@ -99,7 +99,7 @@ std::array<uint8_t, kCommitSize> encodeCommit(const CommitRecord& record)
     put(out, record.sequence, 4);
     put(out, record.count, 8);
     put(out, record.dataBytes, 8);
-    put(out, 0, 4);
+    put(out, record.flags, 4);
     put(out, crc32(out.data(), out.size()), 4);
     std::array<uint8_t, kCommitSize> raw{};
     std::memcpy(raw.data(), out.data(), kCommitSize);
@@ -110,7 +110,8 @@ std::optional<CommitRecord> decodeCommit(const uint8_t* raw)
 {
     if (get(raw, 4) != kCommitTag || get(raw + 28, 4) != crc32(raw, 28))
         return std::nullopt;
-    return CommitRecord{static_cast<uint32_t>(get(raw + 4, 4)), get(raw + 8, 8), get(raw + 16, 8)};
+    return CommitRecord{static_cast<uint32_t>(get(raw + 4, 4)), get(raw + 8, 8), get(raw + 16, 8),
+                        static_cast<uint32_t>(get(raw + 24, 4))};
 }
 
 uint64_t commitOffset(uint32_t slot)
@@ -174,9 +175,9 @@ void decodeFacts(const uint8_t* raw, MoleculeRecord& record)
 
 uint32_t crc32(const void* data, size_t size)
 {
-    boost::crc_32_type crc;
-    crc.process_bytes(data, size);
-    return crc.checksum();
+    // zlib's CRC-32 (the common one, as in zip and PNG) runs several bytes a step: a search
+    // checks every molecule it reads.
+    return static_cast<uint32_t>(::crc32_z(0, static_cast<const Bytef*>(data), size));
 }
 
 } // namespace indexlayout

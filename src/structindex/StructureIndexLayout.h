@@ -47,7 +47,10 @@ struct CommitRecord {
     uint32_t sequence = 0;
     uint64_t count = 0;     // structures
     uint64_t dataBytes = 0; // molecule bytes in .mss after its header
+    uint32_t flags = 0;     // kCommitBuildEnded; 0 in records that older writers made
 };
+// The build that wrote the record ended there (Flush), rather than being stopped or killed.
+inline constexpr uint32_t kCommitBuildEnded = 1;
 std::array<uint8_t, kCommitSize> encodeCommit(const CommitRecord& record);
 std::optional<CommitRecord> decodeCommit(const uint8_t* raw);
 uint64_t commitOffset(uint32_t slot);

@@ -6,11 +6,9 @@
 #include <GraphMol/RWMol.h>
 
 #include <GraphMol/FileParsers/CDXMLParser.h>
-#include <GraphMol/Fingerprints/Fingerprints.h>
-#include <GraphMol/MolOps.h>
 #include <GraphMol/MolPickler.h>
-#include <GraphMol/RingInfo.h>
-#include <DataStructs/ExplicitBitVect.h>
+
+#include "RdkitRecord.h"
 
 #include <memory>
 
@@ -33,19 +31,8 @@ public:
         RDKit::RWMol whole(*parts.front());
         for (size_t i = 1; i < parts.size(); ++i)
             whole.insertMol(*parts[i]);
-        if (whole.getRingInfo() == nullptr || !whole.getRingInfo()->isInitialized())
-            RDKit::MolOps::findSSSR(whole);
-
-        MoleculeRecord r;
+        MoleculeRecord r = rdkitrecord::keyAndCounts(whole);
         RDKit::MolPickler::pickleMol(whole, r.binary);
-        std::unique_ptr<ExplicitBitVect> fp(
-            RDKit::PatternFingerprintMol(whole, MoleculeRecord::kFingerprintBits));
-        for (unsigned bit = 0; bit < MoleculeRecord::kFingerprintBits; ++bit)
-            if (fp->getBit(bit))
-                r.fingerprint[bit / 64] |= uint64_t{1} << (bit % 64);
-        r.heavyAtoms = whole.getNumHeavyAtoms();
-        r.bonds = whole.getNumBonds();
-        r.rings = whole.getRingInfo()->numRings();
         m_record = std::move(r);
     }
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "MoleculeRecord.h"
+
+// What a chemist looks for: a structure in SMILES or a pattern in SMARTS. A substructure query
+// matches every structure that holds it; an exact query only the structure itself (same atoms,
+// bonds, charges and stereochemistry, as canonical SMILES tell).
+class StructureQuery {
+public:
+    // The text is read as SMILES; as SMARTS when it is not valid SMILES or when a bracket atom
+    // names its element by number ("[#6]"). Raises LfError when it is neither, or when an exact
+    // query is not a structure.
+    StructureQuery(const std::string& text, bool exact);
+    ~StructureQuery();
+    StructureQuery(const StructureQuery&) = delete;
+    StructureQuery& operator=(const StructureQuery&) = delete;
+
+    bool isPattern() const { return m_pattern; }
+    bool isExact() const { return m_exact; }
+    // The query's pattern fingerprint: a structure whose key lacks one of its bits cannot match.
+    const MoleculeRecord::Fingerprint& key() const { return m_key; }
+    // Whether a structure of these counts can match, from its counts alone.
+    bool countsAllow(const MoleculeRecord& counts) const;
+
+    // Matches stored structures against the query; one for each thread, since RDKit's matcher
+    // keeps state in recursive SMARTS.
+    class Matcher {
+    public:
+        explicit Matcher(const StructureQuery& query);
+        ~Matcher();
+        Matcher(const Matcher&) = delete;
+        Matcher& operator=(const Matcher&) = delete;
+        // Whether the molecule, in RDKit's binary form, matches. Raises LfError when the bytes
+        // are not a molecule.
+        bool matches(const std::string& binary);
+
+    private:
+        struct Parts;
+        std::unique_ptr<Parts> m_parts;
+    };
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> m_parts;
+    bool m_pattern = false;
+    bool m_exact = false;
+    MoleculeRecord::Fingerprint m_key{};
+    uint32_t m_heavyAtoms = 0; // of the query's atoms that only a heavy atom matches
+    uint32_t m_bonds = 0;
+};
