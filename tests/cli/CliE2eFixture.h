@@ -5,6 +5,7 @@
 // its user, under the name this computer gives the child), the registry in a file, the
 // project's osql tool on PATH.
 #include "CliProcess.h"
+#include "ServiceList.h"
 #include "TempDir.h"
 #include "WorkstationRegistry.h"
 #include "sqlserver_E2eSupport.h"
@@ -84,6 +85,16 @@ protected:
     StandinMachine machine;
     CliProcess cli;
 };
+
+// The names in the client's service list, in its order.
+inline std::vector<std::string> serviceNames(const std::filesystem::path& appData)
+{
+    std::vector<std::string> names;
+    for (const auto& entry :
+         engine::ServiceList::Load((appData / "LFClientConfig.xml").string(), "Test").entries())
+        names.push_back(entry.name);
+    return names;
+}
 
 // What a failed expectation shows of a run.
 inline std::string said(const CliRun& r)

@@ -35,6 +35,8 @@ public:
     // signals the child here.
     std::function<bool(pid_t child, const std::string& err)> whileRunning;
     std::chrono::seconds timeout{120};
+    // The program run: the build's, or an installed one.
+    std::string program = LF_SETUP_EXE;
 
     CliRun run(const std::vector<std::string>& args) const
     {
@@ -48,7 +50,7 @@ public:
             if (value)
                 env.push_back(name + "=" + *value);
 
-        std::vector<std::string> argv{LF_SETUP_EXE};
+        std::vector<std::string> argv{program};
         argv.insert(argv.end(), args.begin(), args.end());
         int outPipe[2], errPipe[2];
         if (::pipe2(outPipe, O_CLOEXEC) != 0 || ::pipe2(errPipe, O_CLOEXEC) != 0)

@@ -10,19 +10,6 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-std::vector<std::string> serviceNames(const fs::path& appData)
-{
-    std::vector<std::string> names;
-    for (const auto& entry :
-         engine::ServiceList::Load((appData / "LFClientConfig.xml").string(), "Test").entries())
-        names.push_back(entry.name);
-    return names;
-}
-
-} // namespace
-
 TEST_F(CliE2e, ConnectServiceInstallsTheServiceAndPrintsItsResult)
 {
     const fs::path share = dir.path() / "share";

@@ -30,7 +30,8 @@ contents=$(dpkg-deb --contents "$deb")
 for f in ./usr/bin/labfolio-setup ./usr/libexec/labfolio/labfolio-setup ./usr/libexec/labfolio/osql \
          ./usr/libexec/labfolio/LFOffline.sql ./usr/libexec/labfolio/liblf_chemistry_rdkit.so \
          ./usr/share/applications/labfolio-setup.desktop \
-         ./usr/share/icons/hicolor/scalable/apps/labfolio-setup.svg; do
+         ./usr/share/icons/hicolor/scalable/apps/labfolio-setup.svg ./usr/bin/labfolio-mst \
+         ./usr/share/man/man1/labfolio-setup.1.gz ./usr/share/man/man1/labfolio-mst.1.gz; do
   grep -q " $f\( \|$\)" <<<"$contents" || fail "package lacks $f"
 done
 if grep -Eq 'standin|_test\b|lf-demo' <<<"$contents"; then fail "test equipment in the package"; fi

@@ -22,6 +22,9 @@ expected=(
   libexec/labfolio/liblf_chemistry_rdkit.so
   share/applications/labfolio-setup.desktop
   share/icons/hicolor/scalable/apps/labfolio-setup.svg
+  share/man/man1/labfolio-setup.1.gz
+  share/man/man1/labfolio-mst.1.gz
+  bin/labfolio-mst
 )
 for f in "${expected[@]}"; do
   [ -e "$root/$f" ] || fail "not installed: $f"
@@ -39,15 +42,21 @@ fi
 # The installed wizard from its link, away from the build: every companion found, none named.
 run() { (cd "$stage" && env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM -u LABFOLIO_CHEMISTRY_MODULE \
           PATH=/usr/bin:/bin "$@"); }
-out=$(run env QT_QPA_PLATFORM=offscreen "$root/bin/labfolio-setup" --version 2>&1) || fail "labfolio-setup --version: $out"
+out=$(run "$root/bin/labfolio-setup" --version 2>&1) || fail "labfolio-setup --version: $out"
 grep -q "10\." <<<"$out" || fail "no version in: $out"
 if grep -q "missing" <<<"$out"; then fail "a companion file reported missing: $out"; fi
 
 # Each companion taken away in turn is named, with the task it breaks.
 for f in osql LFOffline.sql liblf_chemistry_rdkit.so; do
   mv "$private/$f" "$stage/aside"
-  out=$(run env QT_QPA_PLATFORM=offscreen "$root/bin/labfolio-setup" --version 2>&1 || true)
+  out=$(run "$root/bin/labfolio-setup" --version 2>&1 || true)
   mv "$stage/aside" "$private/$f"
   grep -q "\"$private/$f\" is missing" <<<"$out" || fail "$f taken away, but not named: $out"
+done
+# The index tool from the PATH's folder, and both manual pages readable.
+out=$(run "$root/bin/labfolio-mst" --help 2>&1) || fail "labfolio-mst --help: $out"
+grep -q "search FILE.mst QUERY" <<<"$out" || fail "labfolio-mst --help: $out"
+for page in labfolio-setup labfolio-mst; do
+  zcat "$root/share/man/man1/$page.1.gz" | grep -q "^\.TH ${page^^} 1" || fail "manual page $page"
 done
 echo "install test passed"
