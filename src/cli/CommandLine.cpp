@@ -31,17 +31,18 @@ std::vector<OptionDefinition> msdeOptions()
 }
 
 // Text broken into lines of at most kWidth columns, the lines after the first indented; the
-// first starts at the given column.
+// first starts at the given column. A continuation ends every broken line (" \\" keeps an
+// example one shell command when it is pasted).
 constexpr size_t kWidth = 79;
 
-std::string wrapped(const std::string& text, size_t indent, size_t column)
+std::string wrapped(const std::string& text, size_t indent, size_t column, const std::string& continuation = {})
 {
     std::string out;
     bool lineEmpty = true;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        if (!lineEmpty && column + 1 + word.size() > kWidth) {
-            out += "\n" + std::string(indent, ' ');
+        if (!lineEmpty && column + 1 + word.size() + continuation.size() > kWidth) {
+            out += continuation + "\n" + std::string(indent, ' ');
             column = indent;
             lineEmpty = true;
         }
@@ -108,7 +109,7 @@ const std::vector<CommandDefinition>& Commands()
                       {"service-folder", "DIR", false, "the folder of the service files"}},
                      "",
                      "",
-                     "labfolio-setup migrate --server LABSRV\\LABFOLIO --database Labfolio --index-folder "
+                     "labfolio-setup migrate --server 'LABSRV\\LABFOLIO' --database Labfolio --index-folder "
                      "/srv/labfolio/index --service-name Labfolio --backup-folder /srv/labfolio/backup"});
         c.push_back({"connect-service",
                      "Connect this computer to an existing service, from its service file.",
@@ -140,7 +141,7 @@ const std::vector<CommandDefinition>& Commands()
                       {"index-folder", "DIR", true, "the folder of the index file"}},
                      "",
                      "",
-                     "labfolio-setup rebuild-index --server LABSRV\\LABFOLIO --database Labfolio "
+                     "labfolio-setup rebuild-index --server 'LABSRV\\LABFOLIO' --database Labfolio "
                      "--index-folder /srv/labfolio/index"});
         c.push_back({"restore",
                      "Restore a migrated database's backup on the multi-user server, its files moved into "
@@ -152,7 +153,7 @@ const std::vector<CommandDefinition>& Commands()
                        "then make you the database's administrator and give it a new identity"}},
                      "",
                      "",
-                     "labfolio-setup restore --server LABSRV\\LABFOLIO --database Labfolio --backup "
+                     "labfolio-setup restore --server 'LABSRV\\LABFOLIO' --database Labfolio --backup "
                      "/srv/labfolio/backup/Labfolio.bak --set-administrator"});
         return c;
     }();
@@ -291,7 +292,7 @@ std::string HelpText(const CommandDefinition* definition)
     std::vector<OptionDefinition> options = definition->options;
     options.insert(options.end(), commonOptions().begin(), commonOptions().end());
     out += "\nOptions:\n" + optionTable(options);
-    out += "\nExample:\n  " + wrapped(definition->example, 4, 2) + "\n\n";
+    out += "\nExample:\n  " + wrapped(definition->example, 4, 2, " \\") + "\n\n";
     return out + kExitStatuses;
 }
 
