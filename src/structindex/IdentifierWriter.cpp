@@ -50,6 +50,8 @@ void IdentifierWriter::Post(const Identifiers& identifiers)
     {
         std::lock_guard lock(m_mutex);
         rethrow();
+        if (identifiers.empty())
+            return; // a slice that found no row ready: nothing to wake the writer for
         m_pending.insert(m_pending.end(), identifiers.begin(), identifiers.end());
     }
     m_changed.notify_all();

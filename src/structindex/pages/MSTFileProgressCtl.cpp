@@ -63,6 +63,13 @@ void MSTFileProgressCtl::onTick()
         m_rebuild->Finish();
     } catch (const LfError& error) {
         halt();
+        // The rows processed before the failure keep their identifiers, written before it is
+        // reported.
+        try {
+            m_rebuild->WaitForWrites();
+        } catch (const LfError&) {
+            // The first failure is the one reported.
+        }
         emit BuildFailed(error);
         return;
     }

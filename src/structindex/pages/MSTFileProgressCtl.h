@@ -20,7 +20,7 @@ class MSTFileProgressCtl : public WizardPage {
 public:
     static constexpr int kRowsPerTick = 10;
     // How long a tick waits for a structure still being parsed before it gives the window back.
-    static constexpr std::chrono::milliseconds kTickWait{4};
+    static constexpr std::chrono::milliseconds kTickWait{1};
 
     explicit MSTFileProgressCtl(QWidget* parent = nullptr);
     ~MSTFileProgressCtl() override;
