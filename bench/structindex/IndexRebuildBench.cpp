@@ -19,6 +19,7 @@
 #include <iostream>
 #include <string>
 #include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 #include "ChemistryLibrary.h"
@@ -42,6 +43,23 @@ double peakRssMb()
     rusage u{};
     getrusage(RUSAGE_SELF, &u);
     return static_cast<double>(u.ru_maxrss) / 1024.0;
+}
+
+// CPU seconds this process and the stand-in have used so far: the cost of a run, whatever
+// share of the machine the other processes leave it.
+double cpuSeconds(pid_t server)
+{
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    double total = static_cast<double>(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
+                   static_cast<double>(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+    std::ifstream stat("/proc/" + std::to_string(server) + "/stat");
+    std::string field;
+    // utime and stime are fields 14 and 15, after the command in parentheses (no spaces in ours).
+    for (int i = 1; i <= 15 && stat >> field; ++i)
+        if (i >= 14)
+            total += std::stod(field) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    return total;
 }
 
 std::string loadAverage()
@@ -235,12 +253,15 @@ int main(int argc, char** argv)
     const std::array<Kind, 3> order = {OneReader, Raw, TwoReaders};
     std::vector<EndToEnd> one, two;
     std::vector<double> raw, ratio, stretch;
+    std::array<double, 3> cpu{}; // CPU seconds of each kind, all rounds
     const double rssBefore = peakRssMb();
     double rssAfterFirstBuild = 0;
     for (int r = 0; r < rounds; ++r) {
         double rawThisRound = 0;
         for (size_t i = 0; i < order.size(); ++i) {
-            switch (order[(i + static_cast<size_t>(r)) % order.size()]) {
+            const Kind kind = order[(i + static_cast<size_t>(r)) % order.size()];
+            const double cpuBefore = cpuSeconds(server.pid());
+            switch (kind) {
             case OneReader:
                 one.push_back(endToEnd(app, serverName, count, 1));
                 break;
@@ -252,6 +273,7 @@ int main(int argc, char** argv)
                 raw.push_back(rawThisRound);
                 break;
             }
+            cpu[kind] += cpuSeconds(server.pid()) - cpuBefore;
             if (r == 0 && i == 0)
                 rssAfterFirstBuild = peakRssMb();
         }
@@ -279,6 +301,10 @@ int main(int argc, char** argv)
                 median(ratio));
     std::printf("  two readers / toolkit           %5.2f / %5.2f  (stretch >= 1.50)\n", minimum(stretch),
                 median(stretch));
+    const double rows = static_cast<double>(count) * rounds / 1000.0;
+    std::printf("CPU per row, this process and the stand-in (ms): one reader %.2f, two readers %.2f, "
+                "toolkit alone %.2f\n",
+                cpu[OneReader] / rows, cpu[TwoReaders] / rows, cpu[Raw] / rows);
     printTicks("one reader thread", one);
     printTicks("two reader threads", two);
     std::printf("peak memory %.1f MB before the builds, %.1f MB after the first, %.1f MB at the end\n",

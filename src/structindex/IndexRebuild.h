@@ -24,7 +24,7 @@ class IndexRebuild {
 public:
     using Clock = StructureStream::Clock;
 
-    // readers: threads that parse structures ahead of the slices; 0 = one per processor core.
+    // readers: threads that parse structures ahead of the slices; 0 = one per processor core (at most 4).
     explicit IndexRebuild(ChemistryLibrary& library, int readers = 0);
     ~IndexRebuild();
     IndexRebuild(const IndexRebuild&) = delete;

@@ -32,7 +32,8 @@ StructureStream::~StructureStream()
         std::lock_guard lock(m_mutex);
         m_stopping = true;
     }
-    m_changed.notify_all();
+    m_roomChanged.notify_all();
+    m_workChanged.notify_all();
     m_fetcher.join();
     for (auto& reader : m_readers)
         reader.join();
@@ -41,11 +42,14 @@ StructureStream::~StructureStream()
 bool StructureStream::append(Slot slot)
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_stopping || m_failed || m_slots.size() < kWindowRows; });
+    m_roomChanged.wait(lock, [this] { return m_stopping || m_failed || m_slots.size() < kWindowRows; });
     if (m_stopping || m_failed)
         return false;
     m_slots.push_back(std::move(slot));
-    m_changed.notify_all();
+    if (m_slots.back().state == State::Done) // the end, or a failed page
+        m_frontChanged.notify_one();
+    else
+        m_workChanged.notify_one();
     return true;
 }
 
@@ -109,7 +113,7 @@ void StructureStream::parse()
     std::unique_lock lock(m_mutex);
     for (;;) {
         Slot* slot = nullptr;
-        m_changed.wait(lock, [&] { return m_stopping || (slot = nextToParse()) != nullptr; });
+        m_workChanged.wait(lock, [&] { return m_stopping || (slot = nextToParse()) != nullptr; });
         if (m_stopping)
             return;
         // Slots stay where they are while parsed: only parsed slots leave the deque, from its
@@ -131,11 +135,15 @@ void StructureStream::parse()
         slot->molecule = std::move(molecule);
         slot->error = error;
         slot->state = State::Done;
-        if (error)
+        if (slot == &m_slots.front())
+            m_frontChanged.notify_one();
+        if (error) {
             m_failed = true;
-        else if (!text.empty())
+            m_roomChanged.notify_all();
+        } else if (!text.empty() && !m_libraryWorks) {
             m_libraryWorks = true;
-        m_changed.notify_all();
+            m_workChanged.notify_all();
+        }
     }
 }
 
@@ -143,10 +151,10 @@ bool StructureStream::waitForFront(std::unique_lock<std::mutex>& lock, Clock::ti
 {
     auto parsed = [this] { return !m_slots.empty() && m_slots.front().state == State::Done; };
     if (waitUntil == Clock::time_point::max()) {
-        m_changed.wait(lock, parsed);
+        m_frontChanged.wait(lock, parsed);
         return true;
     }
-    return m_changed.wait_until(lock, waitUntil, parsed);
+    return m_frontChanged.wait_until(lock, waitUntil, parsed);
 }
 
 std::optional<StructureStream::Row> StructureStream::Next(Clock::time_point waitUntil)
@@ -162,7 +170,7 @@ std::optional<StructureStream::Row> StructureStream::Next(Clock::time_point wait
     Row row{front.key, std::move(front.molecule)};
     m_slots.pop_front();
     --m_handedOut;
-    m_changed.notify_all();
+    m_roomChanged.notify_one();
     return row;
 }
 

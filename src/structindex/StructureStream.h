@@ -55,8 +55,6 @@ public:
     // Rows parsed and waiting to be taken, in order from the next one.
     size_t RowsReady();
 
-    int readers() const { return static_cast<int>(m_readers.size()); }
-
 private:
     enum class State { Waiting, Parsing, Done };
     struct Slot {
@@ -77,7 +75,11 @@ private:
     ChemistryLibrary& m_library;
     std::unique_ptr<sqlserver::Connection> m_connection;
     std::mutex m_mutex;
-    std::condition_variable m_changed;
+    // Each waits for its own: the fetcher for room in the window, the readers for a row to
+    // parse, the taker for the front row to be parsed. Waking only those halves the switches.
+    std::condition_variable m_roomChanged;
+    std::condition_variable m_workChanged;
+    std::condition_variable m_frontChanged;
     std::deque<Slot> m_slots; // in key order; slots before m_handedOut are parsing or done
     size_t m_handedOut = 0;   // slots of m_slots given to a reader
     int m_parsing = 0;

@@ -36,7 +36,7 @@ public:
     void Stop();
 
     // Threads that parse structures ahead of the ticks, for the next Initialize; 0 (the
-    // default) = one per processor core.
+    // default) = one per processor core, at most 4.
     void setReadAheadThreads(int threads) { m_readAheadThreads = threads; }
 
     // The rebuild under way (for the frame's summary and for tests); none before Initialize.
