@@ -3,6 +3,7 @@
 #include "Connection.h"
 #include "LfError.h"
 
+#include <cstddef>
 #include <string>
 
 namespace {
@@ -49,6 +50,8 @@ void IdentifierWriter::Post(const Identifiers& identifiers)
     {
         std::lock_guard lock(m_mutex);
         rethrow();
+        if (identifiers.empty())
+            return; // a slice that found no row ready: nothing to wake the writer for
         m_pending.insert(m_pending.end(), identifiers.begin(), identifiers.end());
     }
     m_changed.notify_all();
@@ -69,8 +72,8 @@ void IdentifierWriter::run()
         if (m_pending.empty() || m_error)
             return; // stopping, and nothing (more) can be written
         const size_t n = std::min(m_pending.size(), kRowsPerUpdate);
-        Identifiers batch(m_pending.begin(), m_pending.begin() + static_cast<long>(n));
-        m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<long>(n));
+        Identifiers batch(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(n));
+        m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(n));
         m_busy = true;
         lock.unlock();
         std::exception_ptr error;

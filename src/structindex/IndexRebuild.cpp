@@ -7,7 +7,7 @@
 #include "Molecule.h"
 #include "SQLServerUtils.h"
 
-IndexRebuild::IndexRebuild(ChemistryLibrary& library) : m_library(library) {}
+IndexRebuild::IndexRebuild(ChemistryLibrary& library, int readers) : m_library(library), m_readers(readers) {}
 
 IndexRebuild::~IndexRebuild() = default;
 
@@ -24,15 +24,15 @@ void IndexRebuild::Open(const std::string& serverName, const std::string& databa
     m_count = count->IsEOF() ? 0 : count->Field(0).toInt();
     count->Close();
     m_writer = std::make_unique<IdentifierWriter>(sqlserver::OpenConnection(connectionString));
-    m_rows = std::make_unique<StructureStream>(m_library, std::move(connection));
+    m_rows = std::make_unique<StructureStream>(m_library, std::move(connection), m_readers);
 }
 
-bool IndexRebuild::AtEnd()
+bool IndexRebuild::AtEnd(Clock::time_point waitUntil)
 {
-    return m_rows->AtEnd();
+    return m_rows->AtEnd(waitUntil);
 }
 
-int IndexRebuild::ProcessSlice(int maxRows)
+int IndexRebuild::ProcessSlice(int maxRows, Clock::time_point waitUntil)
 {
     IdentifierWriter::Identifiers done;
     done.reserve(static_cast<size_t>(maxRows));
@@ -42,7 +42,7 @@ int IndexRebuild::ProcessSlice(int maxRows)
     };
     try {
         while (static_cast<int>(done.size()) < maxRows) {
-            std::optional<StructureStream::Row> row = m_rows->Next();
+            std::optional<StructureStream::Row> row = m_rows->Next(waitUntil);
             if (!row)
                 break;
             m_index.AddMolecule(row->molecule.get(), 0);

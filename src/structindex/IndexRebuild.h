@@ -15,14 +15,17 @@ class DrawingApplication;
 // ELN_chemical_structures in primary-key order is read, added to the index, and the identifier
 // the index gives it is written back into the row's MOL_ID. The caller drives it in slices.
 //
-// Rows arrive parsed from a StructureStream (its own connection and thread); each slice adds
-// them in key order, commits the index, then hands the slice's identifiers to an
+// Rows arrive parsed from a StructureStream (its own connection, parsed ahead on other threads);
+// each slice adds them in key order, commits the index, then hands the slice's identifiers to an
 // IdentifierWriter (another connection and thread) that writes them back while the next slices
 // run. A row thus carries an identifier only once the index holds its structure, and a stop
 // between slices keeps every identifier already handed over.
 class IndexRebuild {
 public:
-    explicit IndexRebuild(ChemistryLibrary& library);
+    using Clock = StructureStream::Clock;
+
+    // readers: threads that parse structures ahead of the slices; 0 = one per processor core (at most 4).
+    explicit IndexRebuild(ChemistryLibrary& library, int readers = 0);
     ~IndexRebuild();
     IndexRebuild(const IndexRebuild&) = delete;
     IndexRebuild& operator=(const IndexRebuild&) = delete;
@@ -31,11 +34,16 @@ public:
     // Windows authentication, counts the structures and starts reading them. Raises LfError.
     void Open(const std::string& serverName, const std::string& databaseName, const std::string& folder);
 
-    // Processes up to maxRows rows; returns how many. Raises LfError (the rows of the slice
-    // processed before the failure keep their identifiers).
-    int ProcessSlice(int maxRows);
-    // Whether every row is processed (waits until the next row, or the end, is read).
-    bool AtEnd();
+    // Processes up to maxRows rows; returns how many. Rows already parsed are always taken; for
+    // a row still being parsed it waits no later than waitUntil, so a slice may hold fewer rows,
+    // or none, while parsing is behind. Raises LfError (the rows of the slice processed before
+    // the failure keep their identifiers).
+    int ProcessSlice(int maxRows, Clock::time_point waitUntil = Clock::time_point::max());
+    // Whether every row is processed: waits until the next row, or the end, is read, but not
+    // past waitUntil (false then).
+    bool AtEnd(Clock::time_point waitUntil = Clock::time_point::max());
+    // Rows parsed ahead and waiting for a slice.
+    size_t RowsReady() const { return m_rows ? m_rows->RowsReady() : 0; }
     // After the last slice: makes sure the index is on the disk and every identifier written.
     void Finish();
     // Waits until the identifiers of the slices done so far are written back; raises LfError.
@@ -53,6 +61,7 @@ public:
 
 private:
     ChemistryLibrary& m_library;
+    int m_readers;
     std::string m_databaseName;
     std::string m_indexFilePath;
     StructureIndex m_index;

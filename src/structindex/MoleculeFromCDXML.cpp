@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 
 std::unique_ptr<Molecule> MoleculeFromCDXML(ChemistryLibrary& library, const std::string& cdxml)
@@ -14,9 +15,18 @@ std::unique_ptr<Molecule> MoleculeFromCDXML(ChemistryLibrary& library, const std
     if (cdxml.empty())
         return nullptr;
 
-    const std::string path = MakeUniqueTempFileName(GetTempFolderPath(), "cdxml");
+    const std::string folder = GetTempFolderPath();
+    std::string path;
+    std::FILE* f = nullptr;
     {
-        std::FILE* f = std::fopen(path.c_str(), "wb");
+        // Structures are read ahead on several threads: each draws its name from the runtime's
+        // generator alone and creates the file before another draws.
+        static std::mutex naming;
+        std::lock_guard lock(naming);
+        path = MakeUniqueTempFileName(folder, "cdxml");
+        f = std::fopen(path.c_str(), "wb");
+    }
+    {
         bool written = f && std::fwrite(cdxml.data(), 1, cdxml.size(), f) == cdxml.size();
         if (f && std::fclose(f) != 0)
             written = false;

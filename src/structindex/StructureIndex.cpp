@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <random>
 #include <system_error>
@@ -34,14 +35,28 @@ uint64_t fileSize(const fs::path& p)
     return ec ? 0 : n;
 }
 
+// The molecule data passes 2 GB in a large index, and long (fseek's offset) has 32 bits on
+// Windows: seeks take the full 64-bit offset.
+bool seekTo(std::FILE* f, uint64_t offset)
+{
+    if (offset > static_cast<uint64_t>(std::numeric_limits<int64_t>::max()))
+        return false;
+#ifdef _WIN32
+    return _fseeki64(f, static_cast<__int64>(offset), SEEK_SET) == 0;
+#else
+    static_assert(sizeof(off_t) >= sizeof(int64_t), "large files need a 64-bit off_t");
+    return ::fseeko(f, static_cast<off_t>(offset), SEEK_SET) == 0;
+#endif
+}
+
 bool writeAt(std::FILE* f, uint64_t offset, const void* data, size_t size)
 {
-    return std::fseek(f, static_cast<long>(offset), SEEK_SET) == 0 && std::fwrite(data, 1, size, f) == size;
+    return seekTo(f, offset) && std::fwrite(data, 1, size, f) == size;
 }
 
 bool readAt(std::FILE* f, uint64_t offset, void* data, size_t size)
 {
-    return std::fseek(f, static_cast<long>(offset), SEEK_SET) == 0 && std::fread(data, 1, size, f) == size;
+    return seekTo(f, offset) && std::fread(data, 1, size, f) == size;
 }
 
 bool syncFile(std::FILE* f)
@@ -193,7 +208,7 @@ void StructureIndex::open()
                         last.size()))
                 continue;
             auto e = decodeEntry(last.data());
-            if (e.offset + e.length != rec->dataBytes)
+            if (e.offset > rec->dataBytes || rec->dataBytes - e.offset != e.length)
                 continue;
         }
         if (!best || rec->sequence > best->sequence)
@@ -221,6 +236,8 @@ void StructureIndex::open()
 void StructureIndex::AddMolecule(const Molecule* molecule, int32_t /*options: none defined*/)
 {
     requireOpen();
+    if (static_cast<uint64_t>(Count()) >= kMostStructures)
+        fail("AddMolecule", "it holds the most structures its identifiers can number");
     m_pending.push_back(molecule ? molecule->record() : MoleculeRecord{});
     // Keeps memory bounded for a caller that never commits.
     if (m_pending.size() >= 1000)

@@ -121,14 +121,14 @@ uint64_t commitOffset(uint32_t slot)
 
 bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes)
 {
-    for (FileKind k : kKinds) {
-        uint64_t need = k == FileKind::Mst   ? commitOffset(2)
-                        : k == FileKind::Mss ? kHeaderSize + record.dataBytes
-                                             : entryOffset(k, record.count);
-        if (sizes[index(k)] < need)
+    // A damaged count or length must not wrap the offsets computed from it.
+    if (record.count > kMostStructures || record.dataBytes > sizes[index(FileKind::Mss)] ||
+        sizes[index(FileKind::Mss)] - record.dataBytes < kHeaderSize)
+        return false;
+    for (FileKind k : {FileKind::Msx, FileKind::Msk, FileKind::Msf})
+        if (sizes[index(k)] < entryOffset(k, record.count))
             return false;
-    }
-    return true;
+    return sizes[index(FileKind::Mst)] >= commitOffset(2);
 }
 
 void appendEntry(std::vector<uint8_t>& out, const Entry& e)

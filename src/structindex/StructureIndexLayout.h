@@ -28,6 +28,8 @@ inline constexpr size_t kCommitSize = 32;
 // Size of one structure's record in each file; 0 where records vary.
 inline constexpr size_t kEntrySize[kFileCount] = {0, 24, 0, MoleculeRecord::kFingerprintBits / 8, 16};
 inline constexpr uint32_t kFlagNoStructure = 1;
+// Identifiers are 32-bit (a row's MOL_ID), numbered from 1.
+inline constexpr uint64_t kMostStructures = 0x7fffffff;
 
 std::filesystem::path companionPath(const std::filesystem::path& mst, FileKind kind);
 
@@ -54,7 +56,8 @@ inline constexpr uint32_t kCommitBuildEnded = 1;
 std::array<uint8_t, kCommitSize> encodeCommit(const CommitRecord& record);
 std::optional<CommitRecord> decodeCommit(const uint8_t* raw);
 uint64_t commitOffset(uint32_t slot);
-// Whether files of these sizes (in the order of kKinds) hold everything the record covers.
+// Whether files of these sizes (in the order of kKinds) hold everything the record covers; a
+// record that claims more structures than identifiers can number never fits.
 bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes);
 
 inline uint64_t entryOffset(FileKind kind, uint64_t position)

@@ -1,7 +1,14 @@
 // MSTFileProgressCtl on the offscreen platform, rebuilding against the stand-in.
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
+#include <thread>
+#include <utility>
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QProgressBar>
 #include <QPushButton>
@@ -35,6 +42,9 @@ protected:
     QMetaObject::Connection recordFailures = QObject::connect(
         &page, &MSTFileProgressCtl::BuildFailed, &page, [this](const LfError& e) { failures.push_back(e); });
 
+    // A failed check must not leave the page's readers waiting at the fake's gate.
+    void TearDown() override { fake->reads.allowReads(-1); }
+
     QProgressBar* bar() const { return page.findChild<QProgressBar*>("prgStatus"); }
     QPushButton* stopButton() const { return page.findChild<QPushButton*>("mStopButton"); }
     QTimer* timer() const { return page.findChild<QTimer*>("mTimer"); }
@@ -44,6 +54,27 @@ protected:
         page.resize(480, 120);
         page.show();
         page.Initialize(kStructureServer, kStructureDatabase, QString::fromStdString(indexFolder.str()));
+    }
+
+    // Runs the event loop until done() holds or timeoutMs pass; whether it holds. (QTest's QTRY
+    // macros report to QTest, and a gtest would pass on regardless.)
+    template <class Done> static bool waitUntil(Done done, int timeoutMs)
+    {
+        QDeadlineTimer deadline(timeoutMs);
+        while (!done() && !deadline.hasExpired())
+            QTest::qWait(5);
+        return done();
+    }
+
+    // Starts the build and, before the event loop lets the first tick run, waits until the
+    // reader threads have parsed rows rows, so that every tick finds its ten rows ready.
+    void startWithRowsParsed(size_t rows)
+    {
+        start();
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (page.rebuild()->RowsReady() < rows && std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_EQ(page.rebuild()->RowsReady(), rows);
     }
 
     // Files left where the temporary CDXML files are written.
@@ -76,7 +107,7 @@ TEST_F(ProgressPageE2e, TwentyFiveRowsTakeThreeTicks)
 {
     StructureDesktop desk(25);
     QSignalSpy values(bar(), &QProgressBar::valueChanged);
-    start();
+    startWithRowsParsed(25);
     EXPECT_EQ(bar()->maximum(), 25);
     ASSERT_TRUE(finished.wait(20000));
     ASSERT_EQ(values.count(), 3);
@@ -99,8 +130,8 @@ TEST_F(ProgressPageE2e, StopMidWayLeavesTheBarAndRaisesNoEvent)
         if (v == 10)
             QTimer::singleShot(0, stopButton(), [this] { QTest::mouseClick(stopButton(), Qt::LeftButton); });
     });
-    start();
-    QTRY_VERIFY_WITH_TIMEOUT(!stopButton()->isEnabled(), 20000);
+    startWithRowsParsed(25);
+    ASSERT_TRUE(waitUntil([this] { return !stopButton()->isEnabled(); }, 20000));
     QTest::qWait(200);
     EXPECT_EQ(bar()->value(), 10);
     EXPECT_FALSE(timer()->isActive());
@@ -109,6 +140,49 @@ TEST_F(ProgressPageE2e, StopMidWayLeavesTheBarAndRaisesNoEvent)
     auto rows = desk.molIds();
     for (size_t i = 0; i < rows.size(); ++i)
         EXPECT_EQ(rows[i].second, i < 10 ? static_cast<int64_t>(i + 1) : 0);
+}
+
+TEST_F(ProgressPageE2e, ATickTakesOnlyTheRowsParsedByThenAndGivesTheWindowBack)
+{
+    StructureDesktop desk(25);
+    fake->reads.allowReads(0); // parsing falls behind: nothing is parsed until the test says so
+    chemistry.emplace(fake);
+    page.setReadAheadThreads(1); // so that the reads let through are those of the first rows
+    // Should a tick wait for its rows after all, the window would be stuck: this opens the gate
+    // after a while, and the check below sees that it had to.
+    std::atomic<bool> forcedOpen{false};
+    std::jthread watchdog([&](std::stop_token stop) {
+        std::mutex m;
+        std::condition_variable_any never;
+        std::unique_lock lock(m);
+        never.wait_for(lock, stop, std::chrono::seconds(20), [] { return false; });
+        if (!stop.stop_requested()) {
+            forcedOpen = true;
+            fake->reads.allowReads(-1);
+        }
+    });
+    bool eventsRanWhileBehind = false;
+    QTimer::singleShot(100, &page, [&] {
+        eventsRanWhileBehind = !forcedOpen;
+        EXPECT_EQ(bar()->value(), 0);
+        EXPECT_TRUE(timer()->isActive());
+        fake->reads.allowReads(3);
+    });
+    start();
+    // Three rows parsed, the fourth not: the ticks take the three and wait for no more.
+    ASSERT_TRUE(waitUntil([this] { return bar()->value() == 3; }, 10000)) << bar()->value();
+    QTest::qWait(50);
+    EXPECT_EQ(bar()->value(), 3);
+    EXPECT_TRUE(timer()->isActive());
+    EXPECT_EQ(finished.count(), 0);
+    fake->reads.allowReads(-1);
+    ASSERT_TRUE(finished.wait(20000));
+    EXPECT_TRUE(eventsRanWhileBehind);
+    EXPECT_EQ(bar()->value(), 25);
+    auto rows = desk.molIds();
+    ASSERT_EQ(rows.size(), 25u);
+    for (size_t i = 0; i < rows.size(); ++i)
+        EXPECT_EQ(rows[i].second, static_cast<int64_t>(i + 1));
 }
 
 TEST_F(ProgressPageE2e, HidingThePageStopsTheWork)
@@ -132,7 +206,7 @@ TEST_F(ProgressPageE2e, NullAndEmptyStructuresGetIdentifiersWithoutATemporaryFil
     chemistry.emplace(fake);
     start();
     ASSERT_TRUE(finished.wait(10000));
-    EXPECT_TRUE(fake->reads.empty());
+    EXPECT_TRUE(fake->reads.paths().empty());
     EXPECT_TRUE(leftovers().empty());
     auto rows = desk.molIds();
     ASSERT_EQ(rows.size(), 2u);
@@ -148,7 +222,7 @@ TEST_F(ProgressPageE2e, AMissingChemistryLibraryFailsAtTheFirstStructureAndLeave
     desk.addRow(&cdxml);
     chemistry.emplace(LoadChemistryLibrary((cache.path() / "absent.so").string()));
     start(); // the library is not needed before the first structure
-    QTRY_VERIFY_WITH_TIMEOUT(!failures.empty(), 10000);
+    ASSERT_TRUE(waitUntil([this] { return !failures.empty(); }, 10000));
     ASSERT_EQ(failures.size(), 1u);
     const LfError& error = failures[0];
     EXPECT_EQ(error.number(), 429u);
@@ -227,8 +301,9 @@ TEST_F(ProgressPageE2e, LayoutKeepsStopRightAlignedAndTheBarFullWidth)
 TEST_F(ProgressPageE2e, ScreenshotOfABuildInProgress)
 {
     StructureDesktop desk(60);
-    QObject::connect(bar(), &QProgressBar::valueChanged, &page, [this](int v) {
-        if (v == 30)
+    // Ticks take the rows parsed by then, so the bar may pass 30 in any step.
+    QObject::connect(bar(), &QProgressBar::valueChanged, &page, [this, grabbed = false](int v) mutable {
+        if (v >= 30 && !std::exchange(grabbed, true))
             page.grab().save(QString::fromUtf8(LF_SCREENSHOT_DIR) + "/MSTFileProgressCtl.png");
     });
     start();

@@ -8,6 +8,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "../structindex/FakeChemistry.h"
 #include "ChemistryLibrary.h"
 #include "IndexRebuild.h"
 #include "ScopedEnv.h"
@@ -25,10 +26,10 @@ protected:
     std::string mst() const { return (indexFolder.path() / "Labfolio.mst").string(); }
 
     // Runs a whole rebuild as the page's ticks do; returns the slice sizes.
-    std::vector<int> build(int slices = 1 << 30)
+    std::vector<int> build(int slices = 1 << 30, int readers = 0, const TempDir* folder = nullptr)
     {
-        IndexRebuild rebuild(*library);
-        rebuild.Open(kStructureServer, kStructureDatabase, indexFolder.str());
+        IndexRebuild rebuild(*library, readers);
+        rebuild.Open(kStructureServer, kStructureDatabase, (folder ? *folder : indexFolder).str());
         std::vector<int> sizes;
         while (!rebuild.AtEnd() && slices-- > 0)
             sizes.push_back(rebuild.ProcessSlice(10));
@@ -42,6 +43,16 @@ protected:
         StructureIndex index;
         index.OpenOrCreate(mst(), 0);
         return index.Count();
+    }
+
+    static std::vector<MoleculeRecord> records(const TempDir& folder)
+    {
+        StructureIndex index;
+        index.OpenOrCreate((folder.path() / "Labfolio.mst").string(), 0);
+        std::vector<MoleculeRecord> out;
+        for (int64_t i = 0; i < index.Count(); ++i)
+            out.push_back(index.Record(i));
+        return out;
     }
 };
 
@@ -75,6 +86,68 @@ TEST_F(RebuildE2e, EveryRowGetsTheIdentifierTheIndexGaveItsStructure)
     EXPECT_TRUE(index.Record(207).empty());
     for (const char* ext : {".msx", ".mss", ".msk", ".msf"})
         EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(mst()).replace_extension(ext)));
+}
+
+TEST_F(RebuildE2e, ReadersParsingAheadKeepThePrimaryKeyOrder)
+{
+    StructureDesktop desk(230);
+    const std::string garbage = "this is not CDXML";
+    desk.addRow(nullptr);
+    desk.addRow(&garbage);
+    desk.addRow(&garbage);
+
+    build(1 << 30, 1);
+    const auto oneReader = records(indexFolder);
+    TempDir other;
+    build(1 << 30, 3, &other);
+    const auto threeReaders = records(other);
+
+    ASSERT_EQ(oneReader.size(), 233u);
+    ASSERT_EQ(threeReaders.size(), oneReader.size());
+    for (size_t i = 0; i < oneReader.size(); ++i) {
+        EXPECT_EQ(threeReaders[i].binary, oneReader[i].binary) << "structure " << i + 1;
+        EXPECT_EQ(threeReaders[i].fingerprint, oneReader[i].fingerprint) << "structure " << i + 1;
+    }
+    auto rows = desk.molIds();
+    for (size_t i = 0; i < rows.size(); ++i)
+        EXPECT_EQ(rows[i].second, static_cast<int64_t>(i + 1));
+}
+
+TEST_F(RebuildE2e, ASliceWithAWaitLimitTakesOnlyTheRowsParsedByThen)
+{
+    StructureDesktop desk(25);
+    FakeChemistryLibrary fake;
+    fake.reads.allowReads(0);
+    using Clock = IndexRebuild::Clock;
+    {
+        IndexRebuild rebuild(fake, 1); // the reads let through are those of the first rows
+        // A failed check must not leave the readers waiting at the gate: the rebuild joins them.
+        std::shared_ptr<void> openGate(nullptr, [&](void*) { fake.reads.allowReads(-1); });
+        rebuild.Open(kStructureServer, kStructureDatabase, indexFolder.str());
+        EXPECT_EQ(rebuild.ProcessSlice(10, Clock::now() + std::chrono::milliseconds(20)), 0);
+        EXPECT_FALSE(rebuild.AtEnd(Clock::now() + std::chrono::milliseconds(20)));
+
+        fake.reads.allowReads(4);
+        const auto until = Clock::now() + std::chrono::seconds(20);
+        while (rebuild.RowsReady() < 4 && Clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_EQ(rebuild.RowsReady(), 4u);
+        EXPECT_EQ(rebuild.ProcessSlice(10, Clock::now()), 4);
+        EXPECT_EQ(rebuild.RowsReady(), 0u);
+
+        // Without a limit a slice waits for its rows, as a caller without a window wants.
+        fake.reads.allowReads(-1);
+        EXPECT_EQ(rebuild.ProcessSlice(10), 10);
+        EXPECT_EQ(rebuild.ProcessSlice(10), 10);
+        EXPECT_EQ(rebuild.ProcessSlice(10), 1);
+        EXPECT_TRUE(rebuild.AtEnd());
+        rebuild.Finish();
+    }
+    auto rows = desk.molIds();
+    ASSERT_EQ(rows.size(), 25u);
+    for (size_t i = 0; i < rows.size(); ++i)
+        EXPECT_EQ(rows[i].second, static_cast<int64_t>(i + 1));
+    EXPECT_EQ(reopenedCount(), 25);
 }
 
 TEST_F(RebuildE2e, AStopKeepsTheIdentifiersOfTheRowsAlreadyProcessed)

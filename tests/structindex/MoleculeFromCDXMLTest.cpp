@@ -32,7 +32,7 @@ TEST_F(MoleculeFromCDXMLTest, EmptyTextGivesNoneWithoutAFileOrTheLibrary)
 {
     library.createError = kCannotCreateObject; // would raise if asked
     EXPECT_EQ(MoleculeFromCDXML(library, ""), nullptr);
-    EXPECT_TRUE(library.reads.empty());
+    EXPECT_TRUE(library.reads.paths().empty());
     EXPECT_TRUE(leftFiles().empty());
 }
 
@@ -41,8 +41,8 @@ TEST_F(MoleculeFromCDXMLTest, TheLibraryReadsATemporaryCopyThatIsThenDeleted)
     auto m = MoleculeFromCDXML(library, "<CDXML>benzene</CDXML>");
     ASSERT_NE(m, nullptr);
     EXPECT_EQ(m->record().binary, "mol:<CDXML>benzene</CDXML>");
-    ASSERT_EQ(library.reads.size(), 1u);
-    const fs::path read = library.reads[0];
+    ASSERT_EQ(library.reads.paths().size(), 1u);
+    const fs::path read = library.reads.paths()[0];
     EXPECT_EQ(read.parent_path(), tempParent);
     EXPECT_EQ(read.filename().string().substr(0, 4), "Temp");
     EXPECT_EQ(read.extension(), ".cdxml");

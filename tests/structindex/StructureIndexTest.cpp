@@ -2,6 +2,7 @@
 
 #include "FakeChemistry.h"
 #include "LfError.h"
+#include "StructureIndexLayout.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
@@ -30,6 +31,20 @@ protected:
     void appendBytes(const std::string& ext, const std::string& bytes)
     {
         std::ofstream(fs::path(mst).replace_extension(ext), std::ios::binary | std::ios::app) << bytes;
+    }
+
+    void writeBytes(const std::string& ext, uint64_t offset, const void* bytes, size_t size)
+    {
+        std::fstream f(fs::path(mst).replace_extension(ext), std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(static_cast<std::streamoff>(offset));
+        f.write(static_cast<const char*>(bytes), static_cast<std::streamsize>(size));
+        ASSERT_TRUE(f.good());
+    }
+
+    void writeCommit(const indexlayout::CommitRecord& record)
+    {
+        auto raw = indexlayout::encodeCommit(record);
+        writeBytes(".mst", indexlayout::commitOffset(record.sequence % 2), raw.data(), raw.size());
     }
 };
 
@@ -256,6 +271,65 @@ TEST_F(StructureIndexTest, AnEntryClaimingMoreThanTheDataIsDamagedAndAllocatesNo
     waitpid(child, &status, 0);
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(StructureIndexTest, ACommitRecordWhoseCountWrapsTheOffsetsIsDamaged)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "one");
+        index.Commit(); // commit 1 of slot 1; slot 0 holds the empty commit 0
+    }
+    // 2^62 + 1 structures: times each record size, the offsets wrap to those of one structure,
+    // so the files seem to hold them all and entry 2^62 seems to be the real first one.
+    writeCommit({2, (uint64_t{1} << 62) + 1, 7});
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    EXPECT_EQ(index.Count(), 1); // commit 1 stays in force
+    add(index, "two");
+    index.Commit();
+    EXPECT_EQ(index.LastIdentifier(), 2);
+    EXPECT_EQ(index.Record(0).binary, "mol:one");
+    EXPECT_EQ(index.Record(1).binary, "mol:two");
+}
+
+TEST_F(StructureIndexTest, MoleculeDataBeyondFourGigabytesIsReadAndAppendedTo)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        add(index, "one");
+        index.Commit();
+    }
+    // Structure 1's bytes moved 5 GB into .mss (a sparse file: the gap takes no disk).
+    const uint64_t offset = uint64_t{5} << 30;
+    const std::string bytes = "mol:one";
+    const fs::path mss = fs::path(mst).replace_extension(".mss");
+    std::error_code ec;
+    fs::resize_file(mss, indexlayout::kHeaderSize + offset, ec);
+    if (ec)
+        GTEST_SKIP() << "no 5 GB file here: " << ec.message();
+    appendBytes(".mss", bytes);
+    uint8_t rawOffset[8];
+    for (int i = 0; i < 8; ++i)
+        rawOffset[i] = static_cast<uint8_t>(offset >> (8 * i));
+    writeBytes(".msx", indexlayout::kHeaderSize, rawOffset, sizeof rawOffset);
+    writeCommit({2, 1, offset + bytes.size()});
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        ASSERT_EQ(index.Count(), 1);
+        EXPECT_EQ(index.Record(0).binary, bytes);
+        add(index, "two");
+        index.Commit();
+    }
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    ASSERT_EQ(index.Count(), 2);
+    EXPECT_EQ(index.Record(0).binary, bytes);
+    EXPECT_EQ(index.Record(1).binary, "mol:two");
+    EXPECT_EQ(fs::file_size(mss), indexlayout::kHeaderSize + offset + bytes.size() + 7);
 }
 
 } // namespace

@@ -36,7 +36,7 @@ MSTFileProgressCtl::~MSTFileProgressCtl() = default;
 void MSTFileProgressCtl::Initialize(const QString& SQLServerName, const QString& DatabaseName,
                                     const QString& MSTFilePath)
 {
-    auto rebuild = std::make_unique<IndexRebuild>(chemistryLibrary());
+    auto rebuild = std::make_unique<IndexRebuild>(chemistryLibrary(), m_readAheadThreads);
     rebuild->Open(SQLServerName.toStdString(), DatabaseName.toStdString(), MSTFilePath.toStdString());
     m_rebuild = std::move(rebuild);
     if (m_rebuild->structureCount() > 0)
@@ -54,14 +54,22 @@ void MSTFileProgressCtl::Initialize(const QString& SQLServerName, const QString&
 
 void MSTFileProgressCtl::onTick()
 {
+    const auto waitUntil = IndexRebuild::Clock::now() + kTickWait;
     try {
-        const int done = m_rebuild->ProcessSlice(kRowsPerTick);
+        const int done = m_rebuild->ProcessSlice(kRowsPerTick, waitUntil);
         prgStatus->setValue(prgStatus->value() + done);
-        if (!m_rebuild->AtEnd())
+        if (!m_rebuild->AtEnd(waitUntil))
             return;
         m_rebuild->Finish();
     } catch (const LfError& error) {
         halt();
+        // The rows processed before the failure keep their identifiers, written before it is
+        // reported.
+        try {
+            m_rebuild->WaitForWrites();
+        } catch (const LfError&) {
+            // The first failure is the one reported.
+        }
         emit BuildFailed(error);
         return;
     }

@@ -3,6 +3,7 @@
 #include "LfError.h"
 #include "WizardPage.h"
 
+#include <chrono>
 #include <memory>
 
 class IndexRebuild;
@@ -11,12 +12,15 @@ class QPushButton;
 class QTimer;
 
 // The progress page of "Rebuild SQLServer Chemical Structure Index": Initialize prepares the
-// rebuild and starts a 1 ms timer; each tick processes at most 10 structures, so the window
-// stays responsive and Stop is handled between ticks. The end raises BuildFinished.
+// rebuild and starts a 1 ms timer; each tick processes at most 10 structures, those parsed by
+// then (other threads parse ahead), so the window stays responsive and Stop is handled between
+// ticks. The end raises BuildFinished.
 class MSTFileProgressCtl : public WizardPage {
     Q_OBJECT
 public:
     static constexpr int kRowsPerTick = 10;
+    // How long a tick waits for a structure still being parsed before it gives the window back.
+    static constexpr std::chrono::milliseconds kTickWait{1};
 
     explicit MSTFileProgressCtl(QWidget* parent = nullptr);
     ~MSTFileProgressCtl() override;
@@ -30,6 +34,10 @@ public:
     // timer for good. Rows already processed keep their identifiers (it waits until they are
     // written back); no event is raised, unless writing them back fails (BuildFailed).
     void Stop();
+
+    // Threads that parse structures ahead of the ticks, for the next Initialize; 0 (the
+    // default) = one per processor core, at most 4.
+    void setReadAheadThreads(int threads) { m_readAheadThreads = threads; }
 
     // The rebuild under way (for the frame's summary and for tests); none before Initialize.
     const IndexRebuild* rebuild() const { return m_rebuild.get(); }
@@ -55,4 +63,5 @@ private:
     QPushButton* mStopButton;
     QTimer* mTimer;
     std::unique_ptr<IndexRebuild> m_rebuild;
+    int m_readAheadThreads = 0;
 };

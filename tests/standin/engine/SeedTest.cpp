@@ -103,6 +103,33 @@ TEST_F(SeedTest, RefreshReplacesTheDatabaseAndBadArgumentsFail)
     EXPECT_EQ(sink.rows(), (std::vector<std::vector<Value>>{{V("LAB\\carol")}}));
 }
 
+TEST_F(SeedTest, StructuresInSeveralTransactionsAllArriveInFileOrder)
+{
+    // More rows than one transaction of the seeding takes, and a last one left partly filled.
+    std::string lines;
+    for (int i = 1; i <= 2345; ++i)
+        lines += "<CDXML n=\"" + std::to_string(i) + "\"/>\n";
+    m_dir.write("structures.txt", lines);
+    ASSERT_EQ(seed("--structures '" + (m_dir.path() / "structures.txt").string() + "'"), 0);
+    auto instance = open();
+    LoginRequest r;
+    r.userName = "sa";
+    const char* env = std::getenv("LABFOLIO_STANDIN_SA_PASSWORD");
+    r.password = env && *env ? env : "Labfolio-sa1";
+    r.database = "LFDesktop10";
+    ServerMessage error;
+    auto s = instance->login(r, error);
+    ASSERT_TRUE(s) << error.text;
+    RecordingSink sink;
+    s->executeBatch("SELECT primary_key, CDXML FROM ELN_chemical_structures ORDER BY primary_key", sink);
+    const auto rows = sink.rows();
+    ASSERT_EQ(rows.size(), 2345u);
+    for (size_t i = 0; i < rows.size(); ++i) {
+        ASSERT_EQ(rows[i][0], V(static_cast<int>(i + 1)));
+        ASSERT_EQ(std::get<std::string>(rows[i][1]), "<CDXML n=\"" + std::to_string(i + 1) + "\"/>");
+    }
+}
+
 TEST_F(SeedTest, ExitStatusTellsBadArgumentsFromFailures)
 {
     EXPECT_EQ(WEXITSTATUS(seed("--user nodomain")), 2);
