@@ -1,6 +1,7 @@
 // A rebuild in a process of its own, so that a test can kill it half-way:
 //   structindex_rebuild_child SERVER DATABASE FOLDER
-// Slow on purpose (a pause after every slice), so that it is still running when killed.
+// Slow on purpose (a pause after every slice, longer once a few slices are done), so that it is
+// still running when the test, which waits for the first slices' identifiers, kills it.
 #include <chrono>
 #include <iostream>
 #include <thread>
@@ -17,9 +18,9 @@ int main(int argc, char** argv)
         auto library = LoadChemistryLibrary();
         IndexRebuild rebuild(*library);
         rebuild.Open(argv[1], argv[2], argv[3]);
-        while (!rebuild.AtEnd()) {
+        for (int slice = 1; !rebuild.AtEnd(); ++slice) {
             rebuild.ProcessSlice(10);
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            std::this_thread::sleep_for(std::chrono::milliseconds(slice < 5 ? 20 : 250));
         }
         rebuild.Finish();
     } catch (const LfError& e) {
