@@ -13,6 +13,7 @@ namespace sqlserver {
 constexpr uint32_t kServerNotFound = 0x80040000u;   // the server does not exist or cannot be reached
 constexpr uint32_t kLoginModeRefused = 0x80044814u; // SQL Server message 18452: login mode not allowed
 constexpr uint32_t kClientFailure = 0x80004005u;    // the client failed without a server message
+constexpr uint32_t kBackupAborted = 0x80040C84u;    // SQL Server message 3204: a backup or restore stopped
 
 // A server error number as the wizard raises it: the object-error base plus the server's
 // message number (18452 gives 0x80044814); 0x80040000 when the server could not be reached;
