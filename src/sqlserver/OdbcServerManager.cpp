@@ -56,8 +56,7 @@ std::string backupStatement(const BackupSpec& request)
 {
     // STATS = 10: a notification for every tenth, as the wizard's progress bar expects.
     std::string sql = "BACKUP DATABASE " + quoteIdentifier(request.database) +
-                      " TO DISK = " + quoteText(request.file) +
-                      " WITH INIT, NAME = " + quoteText(request.setName) +
+                      " TO DISK = " + quoteText(request.file) + " WITH INIT, NAME = " + quoteText(request.setName) +
                       ", DESCRIPTION = " + quoteText(request.setDescription);
     if (request.checksum)
         sql += ", CHECKSUM";
@@ -224,10 +223,10 @@ void OdbcServerConnection::runWithProgress(const std::string& sql, OperationCont
     try {
         c.runBatch(sql, visitor, false, [&control] { return control.AbortRequested(); });
     } catch (const LfError& e) {
-        // A stop that lands while the driver is between two calls is carried out by the driver
-        // on the stopping thread, and the server's abort message can be gone before this one
-        // reads it (clients may also discard what comes before the acknowledgement). The
-        // operation was aborted all the same, and says so as the server does.
+        // A stop that lands just as a wait for the server begins or ends is carried out by the
+        // driver on the stopping thread, and the server's abort message is gone before this
+        // thread can read it; clients may also discard what the server sends before it
+        // acknowledges a cancel. The operation was aborted all the same, and says so.
         if (control.AbortRequested() && e.number() == kClientFailure)
             throw LfError(kBackupAborted, e.source(), "The backup or restore was aborted.");
         throw;
