@@ -496,6 +496,8 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                     if (f == SQL_NO_DATA)
                         break;
                     if (f == SQL_ERROR) {
+                        if (cancelSent())
+                            return cancelFromWithin(s, visitor, errorsAsMessages);
                         auto fetchErrors = drainDiagnostics(s, &visitor, errorsAsMessages);
                         if (!errorsAsMessages)
                             throw errorFromDiagnostics(fetchErrors);
