@@ -1,5 +1,7 @@
 #include "ConnectionError.h"
 
+#include <algorithm>
+
 namespace sqlserver {
 
 uint32_t errorNumberFor(const std::string& sqlState, long nativeError)
@@ -33,8 +35,14 @@ bool isInformational(const ServerMessage& m)
     return m.sqlState.rfind("01", 0) == 0;
 }
 
-LfError errorFromDiagnostics(const std::vector<ServerMessage>& diagnostics, const std::string& context)
+LfError errorFromDiagnostics(const std::vector<ServerMessage>& records, const std::string& context)
 {
+    // SQL Server ends a failed BACKUP or RESTORE with 3013 ("... is terminating abnormally.")
+    // after the message that tells why; FreeTDS ranks the records it hands over and may put the
+    // summary first. It goes last, where the server sent it.
+    std::vector<ServerMessage> diagnostics = records;
+    std::stable_partition(diagnostics.begin(), diagnostics.end(),
+                          [](const ServerMessage& m) { return m.number != kBackupTerminating; });
     const ServerMessage* first = nullptr;
     // A server message (native number) explains more than the driver's summary that follows it
     // ("08001 Unable to connect" after the server's 18456).

@@ -361,12 +361,16 @@ std::vector<Value> readRow(SQLHSTMT s, const std::vector<SQLSMALLINT>& types)
     return row;
 }
 
-OdbcConnection::Running::Running(OdbcConnection& c) : m_c(c), m_stmt(SQL_HANDLE_STMT, c.handle())
+OdbcConnection::Running::Running(OdbcConnection& c, bool stepped)
+    : m_c(c), m_stmt(SQL_HANDLE_STMT, c.handle())
 {
     std::lock_guard lock(m_c.m_cancelMutex);
     m_c.m_running = m_stmt.get();
     m_c.m_runningThread = std::this_thread::get_id();
     m_c.m_cancelPending = false;
+    m_c.m_stepped = stepped;
+    m_c.m_inDriverCall = false;
+    m_c.m_cancelSent = false;
 }
 
 OdbcConnection::Running::~Running()
@@ -447,13 +451,18 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                               const std::function<bool()>& abortRequested)
 {
     requireOpen();
-    Running running(*this);
+    Running running(*this, true);
     SQLHSTMT s = running.get();
     if (abortRequested && abortRequested())
         throw LfError(kClientFailure, "", "operation canceled");
     bool ok = true;
-    SQLRETURN rc = SQLExecDirectA(s, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
+    SQLRETURN rc = waitForServer(s, [&] {
+        return SQLExecDirectA(s, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql.c_str())), SQL_NTS);
+    });
     for (;;) {
+        // Interrupted from another thread: the rest of the answer is the cancel's.
+        if (cancelSent())
+            return cancelFromWithin(s, visitor, errorsAsMessages);
         auto errors = drainDiagnostics(s, &visitor, errorsAsMessages);
         if (rc == SQL_ERROR || !errors.empty()) {
             if (rc == SQL_ERROR && errors.empty()) {
@@ -483,10 +492,12 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                 visitor.columns(names);
                 long count = 0;
                 for (;;) {
-                    const SQLRETURN f = SQLFetch(s);
+                    const SQLRETURN f = waitForServer(s, [s] { return SQLFetch(s); });
                     if (f == SQL_NO_DATA)
                         break;
                     if (f == SQL_ERROR) {
+                        if (cancelSent())
+                            return cancelFromWithin(s, visitor, errorsAsMessages);
                         auto fetchErrors = drainDiagnostics(s, &visitor, errorsAsMessages);
                         if (!errorsAsMessages)
                             throw errorFromDiagnostics(fetchErrors);
@@ -510,8 +521,8 @@ bool OdbcConnection::runBatch(const std::string& sql, BatchVisitor& visitor, boo
                 ok = false;
             break;
         }
-        rc = SQLMoreResults(s);
-        if (rc == SQL_NO_DATA) {
+        rc = waitForServer(s, [s] { return SQLMoreResults(s); });
+        if (rc == SQL_NO_DATA && !cancelSent()) {
             const auto last = drainDiagnostics(s, &visitor, errorsAsMessages);
             if (!last.empty()) {
                 if (!errorsAsMessages)
@@ -609,14 +620,19 @@ void OdbcConnection::SetMessageHandler(std::function<void(const ServerMessage&)>
 void OdbcConnection::Cancel()
 {
     std::lock_guard lock(m_cancelMutex);
-    if (m_running == SQL_NULL_HSTMT)
+    if (m_running == SQL_NULL_HSTMT || m_cancelSent)
         return;
-    // On the statement's own thread the driver would cancel at once and throw the server's
-    // answer away; the statement loop cancels between two results instead and reads it.
-    if (std::this_thread::get_id() == m_runningThread)
+    // FreeTDS interrupts a call that waits for the server by sending the attention and leaves
+    // the answer to the waiting call. Between two calls it reads the whole answer on the
+    // cancelling thread instead, and the statement's next call throws the server's message
+    // away. The statement loop therefore cancels by itself between two results, where it reads
+    // that message; only a wait for the server is interrupted from another thread.
+    if (std::this_thread::get_id() == m_runningThread || (m_stepped && !m_inDriverCall)) {
         m_cancelPending = true;
-    else
-        SQLCancel(m_running);
+        return;
+    }
+    m_cancelSent = true;
+    SQLCancel(m_running);
 }
 
 bool OdbcConnection::takeCancelPending()
@@ -625,20 +641,55 @@ bool OdbcConnection::takeCancelPending()
     return std::exchange(m_cancelPending, false);
 }
 
+bool OdbcConnection::cancelSent()
+{
+    std::lock_guard lock(m_cancelMutex);
+    return m_cancelSent;
+}
+
+SQLRETURN OdbcConnection::waitForServer(SQLHSTMT stmt, const std::function<SQLRETURN()>& call)
+{
+    {
+        std::lock_guard lock(m_cancelMutex);
+        // A cancel that came from another thread while the loop was between two calls: the
+        // server's answer is read here, on the statement's own thread, rather than waited for.
+        if (m_stepped && std::exchange(m_cancelPending, false)) {
+            m_cancelSent = true;
+            SQLCancel(stmt);
+            return SQL_ERROR;
+        }
+        m_inDriverCall = true;
+    }
+    const SQLRETURN rc = call();
+    std::lock_guard lock(m_cancelMutex);
+    m_inDriverCall = false;
+    return rc;
+}
+
 bool OdbcConnection::cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages)
 {
-    // FreeTDS stops the request here and hands over what the server answered; drivers that
-    // take a cancel between results as doing nothing stop it when the results are closed.
-    SQLCancel(stmt);
-    auto errors = drainDiagnostics(stmt, &visitor, errorsAsMessages);
-    SQLFreeStmt(stmt, SQL_CLOSE);
-    if (errors.empty()) {
-        errors.push_back(ServerMessage{"HY008", 0, 16, 0, 0, {}, {}, "Operation canceled"});
-        if (errorsAsMessages)
-            visitor.message(errors.back(), true);
+    // What the last call read first: after an interrupted wait it may hold the server's answer.
+    auto errors = drainDiagnostics(stmt, &visitor);
+    {
+        std::lock_guard lock(m_cancelMutex);
+        m_cancelSent = true;
+        // FreeTDS stops the request here, or reads the rest of an interrupted one, up to the
+        // server's acknowledgement; drivers that take a cancel between results as doing nothing
+        // stop it when the results are closed.
+        SQLCancel(stmt);
     }
+    auto rest = drainDiagnostics(stmt, &visitor);
+    SQLFreeStmt(stmt, SQL_CLOSE);
+    errors.insert(errors.end(), rest.begin(), rest.end());
+    // The server's own errors tell why the statement ended; the driver's records of the cancel
+    // ("Operation canceled", or a placeholder when the answer had been read already) do not.
+    std::erase_if(errors, [](const ServerMessage& m) { return m.number <= 0; });
+    if (errors.empty())
+        errors.push_back(ServerMessage{"HY008", 0, 16, 0, 0, {}, {}, "Operation canceled"});
     if (!errorsAsMessages)
         throw errorFromDiagnostics(errors);
+    for (const ServerMessage& m : errors)
+        visitor.message(m, true);
     return false;
 }
 

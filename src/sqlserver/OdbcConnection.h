@@ -57,10 +57,12 @@ public:
 
     SQLHDBC handle() const { return m_dbc.get(); }
 
-    // Registers a statement as the one Cancel() interrupts while it lives.
+    // Registers a statement as the one Cancel() interrupts while it lives. A statement that the
+    // statement loop steps through (stepped) is cancelled by that loop between two results when
+    // no call to the driver is under way.
     class Running {
     public:
-        explicit Running(OdbcConnection& c);
+        explicit Running(OdbcConnection& c, bool stepped = false);
         ~Running();
         Running(const Running&) = delete;
         Running& operator=(const Running&) = delete;
@@ -75,6 +77,10 @@ public:
     // with (or delivers it, when errors are messages).
     bool cancelFromWithin(SQLHSTMT stmt, BatchVisitor& visitor, bool errorsAsMessages);
     bool takeCancelPending();
+    bool cancelSent();
+    // A driver call of the statement that waits for the server, during which Cancel() may
+    // interrupt it from another thread.
+    SQLRETURN waitForServer(SQLHSTMT stmt, const std::function<SQLRETURN()>& call);
 
     // Delivers the informational records of the statement's last call (and its errors too, in
     // their order, when deliverErrors) and returns its errors.
@@ -92,9 +98,15 @@ private:
     std::mutex m_cancelMutex;
     SQLHSTMT m_running = SQL_NULL_HSTMT;
     std::thread::id m_runningThread;
-    // A cancel asked for on the thread that runs the statement (from a message callback):
-    // carried out by the statement loop between two results.
+    // A cancel asked for on the thread that runs the statement (from a message callback), or
+    // from another thread while the statement loop was between two driver calls: carried out by
+    // the statement loop between two results.
     bool m_cancelPending = false;
+    bool m_stepped = false;
+    bool m_inDriverCall = false;
+    // The driver has been told to cancel the running statement; once is enough, and a second
+    // cancel while the first is processed makes FreeTDS fail without the server's message.
+    bool m_cancelSent = false;
 };
 
 // Reads the current row of a statement after a successful fetch.

@@ -220,7 +220,17 @@ void OdbcServerConnection::runWithProgress(const std::string& sql, OperationCont
         ~Detach() { control.setCanceller({}); }
     } detach{control};
     ProgressVisitor visitor(control);
-    c.runBatch(sql, visitor, false, [&control] { return control.AbortRequested(); });
+    try {
+        c.runBatch(sql, visitor, false, [&control] { return control.AbortRequested(); });
+    } catch (const LfError& e) {
+        // A stop that lands just as a wait for the server begins or ends is carried out by the
+        // driver on the stopping thread, and the server's abort message is gone before this
+        // thread can read it; clients may also discard what the server sends before it
+        // acknowledges a cancel. The operation was aborted all the same, and says so.
+        if (control.AbortRequested() && e.number() == kClientFailure)
+            throw LfError(kBackupAborted, e.source(), "The backup or restore was aborted.");
+        throw;
+    }
 }
 
 void OdbcServerConnection::Backup(const BackupSpec& request, OperationControl& control)

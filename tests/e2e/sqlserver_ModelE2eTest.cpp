@@ -253,6 +253,38 @@ TEST(ServerModelE2e, AbortFromAnotherThreadEndsTheBackupWithTheServersError)
     EXPECT_FALSE(s->Databases().empty());
 }
 
+TEST(ServerModelE2e, StopFromAnotherThreadBetweenTwoResultsEndsTheBackupWithTheServersError)
+{
+    StandinMachine m({StandinMachine::instance("VELDRIN")}, 200);
+    makeDatabase(m, "VELDRIN", "LFDesktop10", 5);
+    const std::string file = (m.server.scratchFolder() / "LFDesktop.BAK").string();
+    auto c = m.sa("VELDRIN");
+    bool stopped = false;
+    // The first report is being handled, so no driver call is under way when the Stop comes;
+    // it comes twice, as the command line repeats it until the step ends.
+    c->SetMessageHandler([&](const ServerMessage& msg) {
+        if (msg.text.find("percent processed") == std::string::npos || stopped)
+            return;
+        stopped = true;
+        std::thread stopper([&] {
+            c->Cancel();
+            c->Cancel();
+        });
+        stopper.join();
+    });
+    try {
+        c->Execute("BACKUP DATABASE LFDesktop10 TO DISK = N'" + file + "' WITH INIT, STATS = 10");
+        FAIL() << "the backup was not stopped";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.number(), 0x80040000u + 3204u) << e.description();
+        EXPECT_NE(e.description().find("The backup or restore was aborted."), std::string::npos)
+            << e.description();
+    }
+    EXPECT_TRUE(stopped);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(c->scalar("SELECT 5").toInt(), 5); // the connection goes on
+}
+
 TEST(ServerModelE2e, RestoreWithRelocationAndReplace)
 {
     StandinMachine m({StandinMachine::instance("VELDRIN")});

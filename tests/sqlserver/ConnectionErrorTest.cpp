@@ -45,6 +45,17 @@ TEST(ConnectionError, ServerMessageDecidesOverTheDriversSummary)
     EXPECT_EQ(e.description(), "Login failed for user 'x'. Unable to connect to data source");
 }
 
+TEST(ConnectionError, ABackupsClosingMessageComesLastWhateverTheDriversOrder)
+{
+    const LfError e = errorFromDiagnostics({msg("HY008", 0, "Operation was cancelled"),
+                                            msg("42000", 3013, "BACKUP DATABASE is terminating abnormally."),
+                                            msg("42000", 3204, "The backup or restore was aborted.")});
+    EXPECT_EQ(e.number(), 0x80040C84u);
+    EXPECT_EQ(e.description(),
+              "The backup or restore was aborted. Operation was cancelled. BACKUP DATABASE is terminating "
+              "abnormally.");
+}
+
 TEST(ConnectionError, ContextPrefixesTheDescription)
 {
     const auto e = errorFromDiagnostics({msg("42000", 3013, "BACKUP DATABASE is terminating abnormally.")},
