@@ -372,10 +372,13 @@ TEST_F(ServerPageWithoutInstances, NoMoreThanTheBoundOfLoginsRunAtOnce)
         machine.manager->servers[names.back()].connectDelay = 10s;
     }
     network(names);
-    std::atomic<int> mostAtOnce{0};
-    machine.manager->onConnect = [&](const sqlserver::ConnectOptions&) {
-        const int now = machine.manager->connectsRunning();
-        for (int seen = mostAtOnce; now > seen && !mostAtOnce.compare_exchange_weak(seen, now);)
+    // Shared with the callback: probes still connecting after a failed assertion has ended the
+    // test must not reach into its finished frame.
+    auto mostAtOnce = std::make_shared<std::atomic<int>>(0);
+    machine.manager->onConnect = [manager = machine.manager.get(),
+                                  mostAtOnce](const sqlserver::ConnectOptions&) {
+        const int now = manager->connectsRunning();
+        for (int seen = *mostAtOnce; now > seen && !mostAtOnce->compare_exchange_weak(seen, now);)
             ;
     };
     page->setCreatorOnly(true);
@@ -388,7 +391,7 @@ TEST_F(ServerPageWithoutInstances, NoMoreThanTheBoundOfLoginsRunAtOnce)
     machine.manager->openGate();
     ASSERT_TRUE(waitForScanEnd(10000));
     EXPECT_EQ(combo->count(), int(names.size()));
-    EXPECT_LE(mostAtOnce.load(), SQLServerCtl::kMaxParallelProbes);
+    EXPECT_LE(mostAtOnce->load(), SQLServerCtl::kMaxParallelProbes);
 }
 
 TEST_F(ServerPageWithoutInstances, ARescanDropsTheResultOfAProbeFromTheScanBefore)
@@ -475,9 +478,8 @@ TEST_F(ServerPageTest, ServerNameRaisesWhenTheLocalInstanceCannotBeReached)
     } catch (const LfError& e) {
         EXPECT_EQ(e.number(), 0x80040000u);
         EXPECT_EQ(e.source(), "SQLServerCtl.errSource");
-        EXPECT_EQ(e.description(),
-                  "while getting the name of the local server instance, "
-                  "SQL Server \"\" does not exist or access denied");
+        EXPECT_EQ(e.description(), "while getting the name of the local server instance, "
+                                   "SQL Server \"\" does not exist or access denied");
     }
 }
 
