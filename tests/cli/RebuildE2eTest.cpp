@@ -34,14 +34,7 @@ protected:
                 index().string()};
     }
 
-    std::vector<int64_t> molIds()
-    {
-        std::vector<int64_t> ids;
-        for (const auto& row : machine.sa("VELDRIN", "LFDesktop10")
-                                   ->query("SELECT MOL_ID FROM ELN_chemical_structures ORDER BY primary_key"))
-            ids.push_back(row.at(0).toInt());
-        return ids;
-    }
+    std::vector<int64_t> molIds() { return MolIdsInKeyOrder(*machine.sa("VELDRIN", "LFDesktop10")); }
 };
 
 class LargeCliRebuildE2e : public CliRebuildE2e {

@@ -4,8 +4,7 @@
 #include "CliE2eFixture.h"
 
 #include "DataLinkFile.h"
-#include "ServerConfigFile.h"
-#include "ServiceFile.h"
+#include "SharedServiceFiles.h"
 #include "ServiceList.h"
 
 namespace fs = std::filesystem;
@@ -13,12 +12,7 @@ namespace fs = std::filesystem;
 TEST_F(CliE2e, ConnectServiceInstallsTheServiceAndPrintsItsResult)
 {
     const fs::path share = dir.path() / "share";
-    const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
-                             (share / "LabDataConfig.xml").string(), "Test");
-    engine::WriteServerConfigFile((share / "LabDataConfig.xml").string(), (share / "LabData.udl").string(),
-                                  (share / "Labfolio.mst").string(), "Test");
-    engine::WriteDataLinkFileFor(share / "LabData.udl", "LABSRV", "LabData", "Test");
+    const std::string service = WriteSharedService(share);
 
     const CliRun r = run({"connect-service", service});
     ASSERT_EQ(r.status, 0) << said(r);
@@ -42,9 +36,7 @@ TEST_F(CliE2e, AServiceFileOfAnotherKindIsRefusedWithTheWindowsMessage)
 TEST_F(CliE2e, AServiceWhoseServerConfigurationIsMissingFailsWithSorryAndExit1)
 {
     const fs::path share = dir.path() / "share";
-    const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
-                             (share / "LabDataConfig.xml").string(), "Test");
+    const std::string service = WriteSharedService(share, SharedService::WithoutServerConfiguration);
     const CliRun r = run({"connect-service", service});
     EXPECT_EQ(r.status, 1) << said(r);
     EXPECT_EQ(r.err, "Connection Creation Aborted\nSorry, the server configuration file \"" +

@@ -28,6 +28,16 @@ inline std::string structureLines(int count)
     return out;
 }
 
+// The MOL_ID of every stored structure, in primary-key order.
+inline std::vector<int64_t> MolIdsInKeyOrder(sqlserver::OdbcConnection& connection)
+{
+    std::vector<int64_t> ids;
+    for (const auto& row :
+         connection.query("SELECT MOL_ID FROM ELN_chemical_structures ORDER BY primary_key"))
+        ids.push_back(row.at(0).toInt());
+    return ids;
+}
+
 class StructureDesktop {
 public:
     // A desktop database seeded with count structures (none: an empty table).

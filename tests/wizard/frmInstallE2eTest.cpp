@@ -4,8 +4,7 @@
 #include "WindowE2eFixture.h"
 
 #include "DataLinkFile.h"
-#include "ServerConfigFile.h"
-#include "ServiceFile.h"
+#include "SharedServiceFiles.h"
 #include "ServiceList.h"
 
 #include <fstream>
@@ -17,13 +16,7 @@ namespace fs = std::filesystem;
 TEST_F(WindowE2e, ConnectingToAServiceInstallsItsFilesAndEndsOnItsResult)
 {
     const fs::path share = dir.path() / "share";
-    fs::create_directories(share);
-    const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
-                             (share / "LabDataConfig.xml").string(), "Test");
-    engine::WriteServerConfigFile((share / "LabDataConfig.xml").string(), (share / "LabData.udl").string(),
-                                  (share / "Labfolio.mst").string(), "Test");
-    engine::WriteDataLinkFileFor(share / "LabData.udl", "LABSRV", "LabData", "Test");
+    const std::string service = WriteSharedService(share);
 
     choose("mConnectOption");
     next();
@@ -54,10 +47,7 @@ TEST_F(WindowE2e, ConnectingToAServiceInstallsItsFilesAndEndsOnItsResult)
 TEST_F(WindowE2e, AServiceFileWhoseServerConfigurationIsMissingEndsOnTheConnectionError)
 {
     const fs::path share = dir.path() / "share";
-    fs::create_directories(share);
-    const std::string service = (share / "Chemistry Lab.lfsvc").string();
-    engine::WriteServiceFile(service, "Chemistry Lab", "Client/Server",
-                             (share / "LabDataConfig.xml").string(), "Test");
+    const std::string service = WriteSharedService(share, SharedService::WithoutServerConfiguration);
 
     choose("mConnectOption");
     next();

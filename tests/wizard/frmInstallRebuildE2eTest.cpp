@@ -4,6 +4,7 @@
 #include "WindowE2eFixture.h"
 
 #include "ScopedEnv.h"
+#include "structindex_E2eSupport.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -58,14 +59,7 @@ protected:
         return button("cmdDone")->isVisible();
     }
 
-    std::vector<int64_t> molIds()
-    {
-        std::vector<int64_t> ids;
-        for (const auto& row : machine.sa("VELDRIN", "LFDesktop10")
-                                   ->query("SELECT MOL_ID FROM ELN_chemical_structures ORDER BY primary_key"))
-            ids.push_back(row.at(0).toInt());
-        return ids;
-    }
+    std::vector<int64_t> molIds() { return MolIdsInKeyOrder(*machine.sa("VELDRIN", "LFDesktop10")); }
 
     TempDir cache;
     ScopedEnv cacheHome{"XDG_CACHE_HOME", cache.path().string()};

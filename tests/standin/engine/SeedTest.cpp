@@ -27,6 +27,20 @@ protected:
         c.dataFolder = (m_dir.path() / "data").string();
         return openInstance(c);
     }
+
+    // The seeded desktop database, as the stand-in's sa (its password as the seed set it).
+    std::unique_ptr<Session> saSession(Instance& instance)
+    {
+        LoginRequest r;
+        r.userName = "sa";
+        const char* env = std::getenv("LABFOLIO_STANDIN_SA_PASSWORD");
+        r.password = env && *env ? env : "Labfolio-sa1";
+        r.database = "LFDesktop10";
+        ServerMessage error;
+        auto s = instance.login(r, error);
+        EXPECT_TRUE(s) << error.text;
+        return s;
+    }
 };
 
 TEST_F(SeedTest, CreatesTheDesktopDatabaseWithUsersLoginsAndStructures)
@@ -90,14 +104,8 @@ TEST_F(SeedTest, RefreshReplacesTheDatabaseAndBadArgumentsFail)
     EXPECT_NE(seed("--user nodomain"), 0);
     EXPECT_NE(seed("--structures '" + (m_dir.path() / "missing.txt").string() + "'"), 0);
     auto instance = open();
-    LoginRequest r;
-    r.userName = "sa";
-    const char* env = std::getenv("LABFOLIO_STANDIN_SA_PASSWORD");
-    r.password = env && *env ? env : "Labfolio-sa1";
-    r.database = "LFDesktop10";
-    ServerMessage error;
-    auto s = instance->login(r, error);
-    ASSERT_TRUE(s) << error.text;
+    auto s = saSession(*instance);
+    ASSERT_TRUE(s);
     RecordingSink sink;
     s->executeBatch("SELECT Username FROM ELN_people", sink);
     EXPECT_EQ(sink.rows(), (std::vector<std::vector<Value>>{{V("LAB\\carol")}}));
@@ -112,14 +120,8 @@ TEST_F(SeedTest, StructuresInSeveralTransactionsAllArriveInFileOrder)
     m_dir.write("structures.txt", lines);
     ASSERT_EQ(seed("--structures '" + (m_dir.path() / "structures.txt").string() + "'"), 0);
     auto instance = open();
-    LoginRequest r;
-    r.userName = "sa";
-    const char* env = std::getenv("LABFOLIO_STANDIN_SA_PASSWORD");
-    r.password = env && *env ? env : "Labfolio-sa1";
-    r.database = "LFDesktop10";
-    ServerMessage error;
-    auto s = instance->login(r, error);
-    ASSERT_TRUE(s) << error.text;
+    auto s = saSession(*instance);
+    ASSERT_TRUE(s);
     RecordingSink sink;
     s->executeBatch("SELECT primary_key, CDXML FROM ELN_chemical_structures ORDER BY primary_key", sink);
     const auto rows = sink.rows();
