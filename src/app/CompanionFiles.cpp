@@ -10,6 +10,12 @@
 
 namespace {
 
+#ifdef _WIN32
+constexpr const char* kSqlTool = "osql.exe";
+#else
+constexpr const char* kSqlTool = "osql";
+#endif
+
 bool isFile(const std::filesystem::path& path)
 {
     std::error_code ec;
@@ -23,7 +29,7 @@ std::vector<std::string> MissingCompanionFiles()
     std::vector<std::string> missing;
     const std::filesystem::path folder = proc::ownExecutableFolder();
     if (SQLServerUtils::FindOsqlExecutable().empty())
-        missing.push_back("the SQL tool \"" + (folder / "osql").string() +
+        missing.push_back("the SQL tool \"" + (folder / kSqlTool).string() +
                           "\" is missing (and no osql program is on the PATH): creating the offline "
                           "database will fail.");
     const auto script = engine::OfflineLocations{folder, {}}.scriptPath();
