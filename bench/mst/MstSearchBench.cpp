@@ -166,7 +166,10 @@ int main(int argc, char** argv)
         if (!query)
             query.reset(RDKit::SmartsToMol(q.text));
         const std::string canonical = q.exact ? RDKit::MolToSmiles(*query) : "";
-        RDKit::SubstructMatchParameters parameters; // as ours: no stereochemistry
+        // As ours: no stereochemistry; whether it matches at all, not every match.
+        RDKit::SubstructMatchParameters parameters;
+        parameters.maxMatches = 1;
+        parameters.uniquify = false;
         std::vector<uint32_t> ids;
         auto searchLibrary = [&](const RDKit::SubstructLibrary& library) {
             ids.clear();

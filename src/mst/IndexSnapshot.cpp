@@ -19,11 +19,6 @@ size_t slot(FileKind kind)
     return static_cast<size_t>(kind);
 }
 
-uint32_t little32(const uint8_t* p)
-{
-    return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
-}
-
 } // namespace
 
 IndexSnapshot::IndexSnapshot(const fs::path& mst) : m_path(mst)
@@ -89,9 +84,12 @@ void IndexSnapshot::openFile(FileKind kind)
         damaged("its companion file " + quoted + " " + describe(check.problem));
     if (!companion) {
         m_uid = check.uid;
-        m_version = little32(header.data() + 8);
+        m_version = check.version;
     } else if (check.uid != m_uid) {
         damaged("its companion file " + quoted + " belongs to another structure index");
+    } else if (check.version != m_version) {
+        damaged("its companion file " + quoted + " is of format version " + std::to_string(check.version) +
+                ", the index of " + std::to_string(m_version));
     }
     m_files[slot(kind)] = std::move(file);
 }
@@ -120,7 +118,7 @@ void IndexSnapshot::chooseCommit()
         if (k == FileKind::Mst)
             continue;
         const uint64_t need =
-            k == FileKind::Mss ? kHeaderSize + m_commit.dataBytes : entryOffset(k, m_commit.count);
+            k == FileKind::Mss ? kHeaderSize + m_commit.dataBytes : entryOffset(k, m_commit.count, m_version);
         if (m_sizes[slot(k)] < need)
             damaged("\"" + fileName(k) + "\" ends before the " + std::to_string(m_commit.count) +
                     " structures its last commit counts (" + std::to_string(m_sizes[slot(k)]) + " of " +
@@ -143,7 +141,7 @@ uint64_t IndexSnapshot::uncommittedBytes() const
         if (k == FileKind::Mst)
             continue;
         const uint64_t kept =
-            k == FileKind::Mss ? kHeaderSize + m_commit.dataBytes : entryOffset(k, m_commit.count);
+            k == FileKind::Mss ? kHeaderSize + m_commit.dataBytes : entryOffset(k, m_commit.count, m_version);
         beyond += m_sizes[slot(k)] > kept ? m_sizes[slot(k)] - kept : 0;
     }
     return beyond;
@@ -151,8 +149,8 @@ uint64_t IndexSnapshot::uncommittedBytes() const
 
 void IndexSnapshot::readRecords(FileKind kind, uint64_t first, size_t size, std::vector<uint8_t>& out) const
 {
-    out.resize(size * kEntrySize[slot(kind)]);
-    if (!m_files[slot(kind)]->readAt(entryOffset(kind, first), out.data(), out.size()))
+    out.resize(size * recordSize(kind, m_version));
+    if (!m_files[slot(kind)]->readAt(entryOffset(kind, first, m_version), out.data(), out.size()))
         damaged("\"" + fileName(kind) + "\" could not be read at structure " + std::to_string(first + 1));
 }
 
@@ -163,14 +161,14 @@ void IndexSnapshot::readPage(uint64_t first, size_t size, Page& page) const
     else if (size > count() - first)
         size = static_cast<size_t>(count() - first);
     page.first = first;
+    page.version = m_version;
     // The entry before the page tells where the page's first molecule must begin.
     const uint64_t from = first > 0 ? first - 1 : 0;
-    std::vector<uint8_t> raw;
-    readRecords(FileKind::Msx, from, size + (first - from), raw);
+    readRecords(FileKind::Msx, from, size + (first - from), page.raw);
     uint64_t end = 0;
     page.entries.clear();
-    for (size_t i = 0; i < raw.size() / kEntrySize[slot(FileKind::Msx)]; ++i) {
-        const Entry e = decodeEntry(raw.data() + i * kEntrySize[slot(FileKind::Msx)]);
+    for (size_t i = 0; i < page.raw.size() / kEntryBytes; ++i) {
+        const Entry e = decodeEntry(page.raw.data() + i * kEntryBytes);
         const uint64_t position = from + i;
         if (position < first) {
             end = e.offset + e.length;
@@ -187,51 +185,75 @@ void IndexSnapshot::readPage(uint64_t first, size_t size, Page& page) const
     readRecords(FileKind::Msf, first, size, page.facts);
 }
 
-void IndexSnapshot::readMolecule(uint64_t position, const Entry& entry, std::string& out,
-                                 ReadAhead* ahead) const
+std::string_view IndexSnapshot::moleculeAt(uint64_t position, const Entry& entry, ReadAhead& ahead) const
 {
-    const auto& file = *m_files[slot(FileKind::Mss)];
-    if (ahead &&
-        (entry.offset < ahead->start || entry.offset + entry.length > ahead->start + ahead->bytes.size())) {
+    if (entry.offset < ahead.start || entry.offset + entry.length > ahead.start + ahead.used) {
         // Entries were checked to lie within the committed molecule data.
-        ahead->start = entry.offset;
-        ahead->bytes.resize(
-            std::max<uint64_t>(entry.length, std::min(kReadAheadBytes, m_commit.dataBytes - entry.offset)));
-        if (!file.readAt(kHeaderSize + ahead->start, ahead->bytes.data(), ahead->bytes.size())) {
-            ahead->bytes.clear();
+        const uint64_t wanted = std::min({kReadAheadBytes, m_commit.dataBytes - entry.offset,
+                                          ahead.until > entry.offset ? ahead.until - entry.offset : 0});
+        ahead.start = entry.offset;
+        ahead.used = static_cast<size_t>(std::max<uint64_t>(entry.length, wanted));
+        if (ahead.buffer.size() < ahead.used)
+            ahead.buffer.resize(ahead.used);
+        if (!m_files[slot(FileKind::Mss)]->readAt(kHeaderSize + ahead.start, ahead.buffer.data(), ahead.used)) {
+            ahead.used = 0;
             damaged(recordName(position, "molecule", FileKind::Mss) + " could not be read");
         }
     }
-    if (ahead) {
-        out.assign(ahead->bytes, entry.offset - ahead->start, entry.length);
-    } else {
-        out.resize(entry.length);
-        if (!file.readAt(kHeaderSize + entry.offset, out.data(), out.size()))
-            damaged(recordName(position, "molecule", FileKind::Mss) + " could not be read");
-    }
-    if (crc32(out.data(), out.size()) != entry.crc)
+    const std::string_view bytes(ahead.buffer.data() + (entry.offset - ahead.start), entry.length);
+    if (crc32(bytes.data(), bytes.size()) != entry.crc)
         damaged(recordName(position, "molecule", FileKind::Mss) + " does not match its checksum");
+    return bytes;
+}
+
+void IndexSnapshot::readMolecule(uint64_t position, const Entry& entry, std::string& out,
+                                 ReadAhead* ahead) const
+{
+    ReadAhead once;
+    once.until = 0;
+    out.assign(moleculeAt(position, entry, ahead ? *ahead : once));
 }
 
 // Keys are stored little-endian; the screen reads them as words as they are.
 static_assert(std::endian::native == std::endian::little);
 
-bool IndexSnapshot::Page::keyHolds(size_t i, const MoleculeRecord::Fingerprint& query) const
+bool IndexSnapshot::Page::keyHolds(size_t i, const std::vector<std::pair<size_t, uint64_t>>& words) const
 {
-    const uint8_t* key = keys.data() + i * kEntrySize[slot(FileKind::Msk)];
-    for (size_t w = 0; w < query.size(); ++w) {
+    const uint8_t* key = keys.data() + i * recordSize(FileKind::Msk, version);
+    for (const auto& [w, bits] : words) {
         uint64_t word;
         std::memcpy(&word, key + 8 * w, 8);
-        if ((query[w] & ~word) != 0)
+        if ((bits & ~word) != 0)
             return false;
     }
     return true;
 }
 
+const uint8_t* IndexSnapshot::Page::atomTypes(size_t i) const
+{
+    return version >= 2 ? keys.data() + i * recordSize(FileKind::Msk, version) + kKeyBytes : nullptr;
+}
+
+uint32_t IndexSnapshot::Page::heavyAtoms(size_t i) const
+{
+    uint32_t n;
+    std::memcpy(&n, facts.data() + i * kFactsBytes, 4);
+    return n;
+}
+
+uint32_t IndexSnapshot::Page::bonds(size_t i) const
+{
+    uint32_t n;
+    std::memcpy(&n, facts.data() + i * kFactsBytes + 4, 4);
+    return n;
+}
+
 MoleculeRecord IndexSnapshot::Page::record(size_t i) const
 {
     MoleculeRecord r;
-    decodeFingerprint(keys.data() + i * kEntrySize[slot(FileKind::Msk)], r.fingerprint);
-    decodeFacts(facts.data() + i * kEntrySize[slot(FileKind::Msf)], r);
+    decodeFingerprint(keys.data() + i * recordSize(FileKind::Msk, version), r.fingerprint);
+    if (const uint8_t* types = atomTypes(i))
+        decodeFingerprint(types, r.atomTypes);
+    decodeFacts(facts.data() + i * kFactsBytes, r);
     return r;
 }

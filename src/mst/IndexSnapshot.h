@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "MoleculeRecord.h"
@@ -44,24 +46,37 @@ public:
     // offset table is checked as it is read: identifiers in order, molecules one after the other.
     struct Page {
         uint64_t first = 0;
+        uint32_t version = 0; // of the index: whether keys hold atom types
         std::vector<indexlayout::Entry> entries;
-        std::vector<uint8_t> keys;  // 256 bytes a structure
+        std::vector<uint8_t> keys;  // indexlayout::recordSize(Msk, version) bytes a structure
         std::vector<uint8_t> facts; // 16 bytes a structure
+        std::vector<uint8_t> raw;   // the offset table as read
         size_t size() const { return entries.size(); }
-        bool keyHolds(size_t i, const MoleculeRecord::Fingerprint& query) const;
-        MoleculeRecord record(size_t i) const; // key and counts; no molecule
+        // Whether the structure's pattern key holds these bits: (word, bits of it) pairs.
+        bool keyHolds(size_t i, const std::vector<std::pair<size_t, uint64_t>>& words) const;
+        // The structure's atom-type key, or none in an index of format version 1.
+        const uint8_t* atomTypes(size_t i) const;
+        MoleculeRecord record(size_t i) const; // keys and counts; no molecule
+        uint32_t heavyAtoms(size_t i) const;
+        uint32_t bonds(size_t i) const;
     };
     void readPage(uint64_t first, size_t size, Page& page) const;
     // Molecules read ahead of the one asked for, so that the next ones of a page come without
     // another read of the file. One for each thread.
     struct ReadAhead {
-        std::string bytes;
-        uint64_t start = 0; // where bytes begin in the molecule data
+        std::string buffer; // only grows
+        size_t used = 0;    // bytes of it read
+        uint64_t start = 0; // where they begin in the molecule data
+        // No molecule beyond this offset of the molecule data is wanted soon: a search whose
+        // screen leaves few structures reads just those, not the molecules between them.
+        uint64_t until = UINT64_MAX;
     };
     static constexpr uint64_t kReadAheadBytes = 64 * 1024;
     // A structure's molecule bytes, checked against its entry's checksum.
     void readMolecule(uint64_t position, const indexlayout::Entry& entry, std::string& out,
                       ReadAhead* ahead = nullptr) const;
+    // The same without a copy: valid until the next read through the same read-ahead.
+    std::string_view moleculeAt(uint64_t position, const indexlayout::Entry& entry, ReadAhead& ahead) const;
 
     // Raises IndexError Damaged: "the structure index "PATH" is damaged: DETAIL".
     [[noreturn]] void damaged(const std::string& detail) const;

@@ -10,6 +10,9 @@
 #include <GraphMol/Substruct/SubstructMatch.h>
 #include <RDGeneral/RDLog.h>
 
+#include <istream>
+#include <streambuf>
+
 #include "rdkit/RdkitRecord.h"
 
 namespace {
@@ -78,32 +81,58 @@ StructureQuery::StructureQuery(const std::string& text, bool exact)
         throw queryError(text, "an exact search needs a structure in SMILES, not a SMARTS pattern");
     const RDKit::ROMol& molecule = *m_parts->molecule;
     m_key = rdkitrecord::patternKey(molecule);
+    for (size_t w = 0; w < m_key.size(); ++w)
+        if (m_key[w] != 0)
+            m_keyWords.emplace_back(w, m_key[w]);
     m_bonds = molecule.getNumBonds();
     // A SMARTS atom may match several elements, or none of the heavy atoms the counts hold.
     m_heavyAtoms = m_pattern ? 0 : molecule.getNumHeavyAtoms();
     if (exact)
         m_parts->canonical = RDKit::MolToSmiles(molecule);
+    else if (m_pattern)
+        m_atomTypes = atomtypes::queryGroups(molecule);
 }
 
 StructureQuery::~StructureQuery() = default;
 
-bool StructureQuery::countsAllow(const MoleculeRecord& counts) const
+bool StructureQuery::atomTypesAllow(const uint8_t* key) const
+{
+    return atomtypes::holds(key, m_atomTypes);
+}
+
+bool StructureQuery::countsAllow(uint32_t heavyAtoms, uint32_t bonds) const
 {
     if (m_exact)
-        return counts.heavyAtoms == m_heavyAtoms && counts.bonds == m_bonds;
-    return counts.heavyAtoms >= m_heavyAtoms && counts.bonds >= m_bonds;
+        return heavyAtoms == m_heavyAtoms && bonds == m_bonds;
+    return heavyAtoms >= m_heavyAtoms && bonds >= m_bonds;
 }
+
+namespace {
+
+// Lets RDKit read a molecule where the index's bytes already are, without a copy.
+class BytesInPlace : public std::streambuf {
+public:
+    void reset(std::string_view bytes)
+    {
+        char* begin = const_cast<char*>(bytes.data()); // only read
+        setg(begin, begin, begin + bytes.size());
+    }
+};
+
+} // namespace
 
 struct StructureQuery::Matcher::Parts {
     RDKit::ROMol query;
     std::string canonical;
     RDKit::SubstructMatchParameters parameters;
+    BytesInPlace bytes;
+    std::istream stream{&bytes};
 };
 
-StructureQuery::Matcher::Matcher(const StructureQuery& query)
-    : m_parts(std::make_unique<Parts>(
-          Parts{RDKit::ROMol(*query.m_parts->molecule), query.m_parts->canonical, {}}))
+StructureQuery::Matcher::Matcher(const StructureQuery& query) : m_parts(std::make_unique<Parts>())
 {
+    m_parts->query = RDKit::ROMol(*query.m_parts->molecule);
+    m_parts->canonical = query.m_parts->canonical;
     // Whether it matches at all is all a search asks.
     m_parts->parameters.maxMatches = 1;
     m_parts->parameters.uniquify = false;
@@ -111,11 +140,13 @@ StructureQuery::Matcher::Matcher(const StructureQuery& query)
 
 StructureQuery::Matcher::~Matcher() = default;
 
-bool StructureQuery::Matcher::matches(const std::string& binary)
+bool StructureQuery::Matcher::matches(std::string_view binary)
 {
     RDKit::ROMol molecule;
+    m_parts->bytes.reset(binary);
+    m_parts->stream.clear();
     try {
-        RDKit::MolPickler::molFromPickle(binary, molecule);
+        RDKit::MolPickler::molFromPickle(m_parts->stream, molecule);
     } catch (const std::exception&) {
         throw LfError(LfError::kObjectError513, "labfolio-mst", "not a molecule RDKit can read");
     }

@@ -2,6 +2,9 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "MoleculeRecord.h"
 
@@ -22,8 +25,14 @@ public:
     bool isExact() const { return m_exact; }
     // The query's pattern fingerprint: a structure whose key lacks one of its bits cannot match.
     const MoleculeRecord::Fingerprint& key() const { return m_key; }
+    // The same as (word, bits) pairs, only the words that hold bits: what a screen compares.
+    const std::vector<std::pair<size_t, uint64_t>>& keyWords() const { return m_keyWords; }
     // Whether a structure of these counts can match, from its counts alone.
-    bool countsAllow(const MoleculeRecord& counts) const;
+    bool countsAllow(uint32_t heavyAtoms, uint32_t bonds) const;
+    // Whether a structure with this atom-type key (rdkit/AtomTypeKey.h) can match: it holds an
+    // atom or bonded pair of each type the pattern names. True for a query that names none.
+    bool atomTypesAllow(const uint8_t* key) const;
+    bool namesAtomTypes() const { return !m_atomTypes.empty(); }
 
     // Matches stored structures against the query; one for each thread, since RDKit's matcher
     // keeps state in recursive SMARTS.
@@ -35,7 +44,7 @@ public:
         Matcher& operator=(const Matcher&) = delete;
         // Whether the molecule, in RDKit's binary form, matches. Raises LfError when the bytes
         // are not a molecule.
-        bool matches(const std::string& binary);
+        bool matches(std::string_view binary);
 
     private:
         struct Parts;
@@ -48,6 +57,8 @@ private:
     bool m_pattern = false;
     bool m_exact = false;
     MoleculeRecord::Fingerprint m_key{};
+    std::vector<std::pair<size_t, uint64_t>> m_keyWords;
     uint32_t m_heavyAtoms = 0; // of the query's atoms that only a heavy atom matches
     uint32_t m_bonds = 0;
+    std::vector<std::vector<unsigned>> m_atomTypes; // bits of which a structure needs one each
 };

@@ -99,29 +99,44 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
     const uint64_t pages = (m_index.count() + kPageSize - 1) / kPageSize;
     PageQueue queue(pages, options.limit, onHit);
 
+    // A structure the keys or counts rule out cannot hold the query; only the others are read.
+    auto screenedOut = [&](const IndexSnapshot::Page& page, size_t i) {
+        if (!m_query.countsAllow(page.heavyAtoms(i), page.bonds(i)))
+            return true;
+        if (const uint8_t* types = page.atomTypes(i); types && !m_query.atomTypesAllow(types))
+            return true;
+        return !page.keyHolds(i, m_query.keyWords());
+    };
     auto work = [&] {
         StructureQuery::Matcher matcher(m_query);
         IndexSnapshot::Page page;
         IndexSnapshot::ReadAhead ahead;
-        std::string molecule;
+        std::vector<size_t> candidates;
         for (uint64_t p = 0; queue.take(p);) {
             try {
                 m_index.readPage(p * kPageSize, kPageSize, page);
                 Counts counts;
-                std::vector<uint32_t> hits;
-                for (size_t i = 0; i < page.size() && !queue.over(); ++i) {
+                candidates.clear();
+                for (size_t i = 0; i < page.size(); ++i) {
                     ++counts.structures;
-                    const auto& entry = page.entries[i];
-                    if (entry.length == 0) {
+                    if (page.entries[i].length == 0)
                         ++counts.empty;
-                        continue;
-                    }
-                    if (!page.keyHolds(i, m_query.key()) || !m_query.countsAllow(page.record(i))) {
+                    else if (screenedOut(page, i))
                         ++counts.screenedOut;
-                        continue;
-                    }
+                    else
+                        candidates.push_back(i);
+                }
+                if (!candidates.empty()) {
+                    const auto& last = page.entries[candidates.back()];
+                    ahead.until = last.offset + last.length;
+                }
+                std::vector<uint32_t> hits;
+                for (size_t i : candidates) {
+                    if (queue.over())
+                        break;
+                    const auto& entry = page.entries[i];
                     const uint64_t position = page.first + i;
-                    m_index.readMolecule(position, entry, molecule, &ahead);
+                    const std::string_view molecule = m_index.moleculeAt(position, entry, ahead);
                     ++counts.matched;
                     bool match = false;
                     try {

@@ -77,7 +77,14 @@ struct StructureIndex::Files {
     std::FILE* operator[](FileKind k) const { return f[static_cast<size_t>(k)].get(); }
 };
 
-StructureIndex::StructureIndex() = default;
+StructureIndex::StructureIndex() : m_creationVersion(kNewestVersion) {}
+
+void StructureIndex::SetCreationVersion(uint32_t version)
+{
+    if (version < kOldestVersion || version > kNewestVersion)
+        fail("OpenOrCreate", "there is no format version " + std::to_string(version));
+    m_creationVersion = version;
+}
 
 StructureIndex::~StructureIndex()
 {
@@ -136,7 +143,7 @@ void StructureIndex::create()
         temp += ".new";
         {
             FilePtr f(std::fopen(temp.string().c_str(), "wb"));
-            auto bytes = encodeHeader(k, m_uid);
+            auto bytes = encodeHeader(k, m_uid, m_creationVersion);
             if (k == FileKind::Mst) {
                 auto params = encodeParameters();
                 bytes.insert(bytes.end(), params.begin(), params.end());
@@ -181,10 +188,14 @@ void StructureIndex::open()
         HeaderCheck check = checkHeader(k, header.data());
         if (check.problem != HeaderProblem::None)
             fail("OpenOrCreate", "\"" + p.filename().string() + "\" " + describe(check.problem));
-        if (k == FileKind::Mst)
+        if (k == FileKind::Mst) {
             m_uid = check.uid;
-        else if (check.uid != m_uid)
+            m_version = check.version;
+        } else if (check.uid != m_uid) {
             fail("OpenOrCreate", "\"" + p.filename().string() + "\" belongs to another structure index");
+        } else if (check.version != m_version) {
+            fail("OpenOrCreate", "\"" + p.filename().string() + "\" is of another format version than its index");
+        }
         files->f[static_cast<size_t>(k)] = std::move(f);
     }
 
@@ -200,11 +211,11 @@ void StructureIndex::open()
         if (!readAt((*files)[FileKind::Mst], commitOffset(slot), raw.data(), raw.size()))
             continue;
         auto rec = decodeCommit(raw.data());
-        if (!rec || !fits(*rec, sizes))
+        if (!rec || !fits(*rec, sizes, m_version))
             continue;
         if (rec->count > 0) {
-            std::array<uint8_t, kEntrySize[1]> last{};
-            if (!readAt((*files)[FileKind::Msx], entryOffset(FileKind::Msx, rec->count - 1), last.data(),
+            std::array<uint8_t, kEntryBytes> last{};
+            if (!readAt((*files)[FileKind::Msx], entryOffset(FileKind::Msx, rec->count - 1, m_version), last.data(),
                         last.size()))
                 continue;
             auto e = decodeEntry(last.data());
@@ -224,7 +235,8 @@ void StructureIndex::open()
     for (FileKind k : kKinds) {
         if (k == FileKind::Mst)
             continue;
-        uint64_t keep = k == FileKind::Mss ? kHeaderSize + m_committedBytes : entryOffset(k, best->count);
+        uint64_t keep =
+            k == FileKind::Mss ? kHeaderSize + m_committedBytes : entryOffset(k, best->count, m_version);
         if (sizes[static_cast<size_t>(k)] > keep) {
             std::error_code ec;
             fs::resize_file(companionPath(m_path, k), keep, ec);
@@ -268,15 +280,17 @@ void StructureIndex::Commit()
         appendEntry(msx, {bytes, static_cast<uint32_t>(r.binary.size()), r.empty() ? kFlagNoStructure : 0u,
                           static_cast<uint32_t>(id++), crc32(r.binary.data(), r.binary.size())});
         appendFingerprint(msk, r.fingerprint);
+        if (m_version >= 2)
+            appendFingerprint(msk, r.atomTypes);
         appendFacts(msf, r);
         mss += r.binary;
         bytes += r.binary.size();
     }
     const uint64_t n = m_committed;
     bool ok = writeAt((*m_files)[FileKind::Mss], kHeaderSize + m_committedBytes, mss.data(), mss.size()) &&
-              writeAt((*m_files)[FileKind::Msx], entryOffset(FileKind::Msx, n), msx.data(), msx.size()) &&
-              writeAt((*m_files)[FileKind::Msk], entryOffset(FileKind::Msk, n), msk.data(), msk.size()) &&
-              writeAt((*m_files)[FileKind::Msf], entryOffset(FileKind::Msf, n), msf.data(), msf.size());
+              writeAt((*m_files)[FileKind::Msx], entryOffset(FileKind::Msx, n, m_version), msx.data(), msx.size()) &&
+              writeAt((*m_files)[FileKind::Msk], entryOffset(FileKind::Msk, n, m_version), msk.data(), msk.size()) &&
+              writeAt((*m_files)[FileKind::Msf], entryOffset(FileKind::Msf, n, m_version), msf.data(), msf.size());
     for (FileKind k : {FileKind::Mss, FileKind::Msx, FileKind::Msk, FileKind::Msf})
         ok = ok && std::fflush((*m_files)[k]) == 0;
     // The commit record goes last, into the slot that does not hold the current one, so a record
@@ -329,14 +343,16 @@ MoleculeRecord StructureIndex::Record(int64_t position) const
     if (position >= m_committed)
         return m_pending[static_cast<size_t>(position - m_committed)];
     const auto n = static_cast<uint64_t>(position);
-    std::array<uint8_t, kEntrySize[1]> rawEntry{};
-    std::array<uint8_t, kEntrySize[3]> rawKey{};
-    std::array<uint8_t, kEntrySize[4]> rawFacts{};
+    std::array<uint8_t, kEntryBytes> rawEntry{};
+    std::vector<uint8_t> rawKey(recordSize(FileKind::Msk, m_version));
+    std::array<uint8_t, kFactsBytes> rawFacts{};
     MoleculeRecord r;
-    bool ok =
-        readAt((*m_files)[FileKind::Msx], entryOffset(FileKind::Msx, n), rawEntry.data(), rawEntry.size()) &&
-        readAt((*m_files)[FileKind::Msk], entryOffset(FileKind::Msk, n), rawKey.data(), rawKey.size()) &&
-        readAt((*m_files)[FileKind::Msf], entryOffset(FileKind::Msf, n), rawFacts.data(), rawFacts.size());
+    bool ok = readAt((*m_files)[FileKind::Msx], entryOffset(FileKind::Msx, n, m_version), rawEntry.data(),
+                     rawEntry.size()) &&
+              readAt((*m_files)[FileKind::Msk], entryOffset(FileKind::Msk, n, m_version), rawKey.data(),
+                     rawKey.size()) &&
+              readAt((*m_files)[FileKind::Msf], entryOffset(FileKind::Msf, n, m_version), rawFacts.data(),
+                     rawFacts.size());
     Entry e = ok ? decodeEntry(rawEntry.data()) : Entry{};
     // A damaged entry may claim up to 4 GB: only committed molecule data is ever read.
     ok = ok && e.offset <= m_committedBytes && e.length <= m_committedBytes - e.offset;
@@ -349,6 +365,8 @@ MoleculeRecord StructureIndex::Record(int64_t position) const
                       "while reading the structure index \"" + m_path.string() + "\": structure " +
                           std::to_string(position + 1) + " is damaged");
     decodeFingerprint(rawKey.data(), r.fingerprint);
+    if (m_version >= 2)
+        decodeFingerprint(rawKey.data() + kKeyBytes, r.atomTypes);
     decodeFacts(rawFacts.data(), r);
     return r;
 }

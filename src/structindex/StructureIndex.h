@@ -42,8 +42,12 @@ public:
     // A committed or pending structure by position (0-based), as it was added.
     MoleculeRecord Record(int64_t position) const;
     const std::filesystem::path& path() const { return m_path; }
+    // The format version of the open index: what it was created with.
+    uint32_t FormatVersion() const { return m_version; }
+    // The format version OpenOrCreate gives an index it creates: the newest, unless an older
+    // one is asked for (for readers that know no later one).
+    void SetCreationVersion(uint32_t version);
 
-    static constexpr uint32_t kFormatVersion = 1;
     static constexpr int32_t kFirstIdentifier = 1;
 
 private:
@@ -59,6 +63,8 @@ private:
     uint64_t m_committedBytes = 0; // bytes of molecule data (.mss, after its header) committed
     uint32_t m_sequence = 0;       // number of the last commit record
     uint64_t m_uid = 0;            // ties the five files together
+    uint32_t m_version = 0;        // of the open index
+    uint32_t m_creationVersion;    // of an index created
     std::vector<MoleculeRecord> m_pending;
     bool m_broken = false; // a write failed: nothing more is accepted
 };

@@ -7,7 +7,6 @@ namespace indexlayout {
 
 namespace {
 
-constexpr uint32_t kVersion = 1;
 constexpr const char* kMagic[kFileCount] = {"LFIDXMST", "LFIDXMSX", "LFIDXMSS", "LFIDXMSK", "LFIDXMSF"};
 constexpr const char* kExtension[kFileCount] = {".mst", ".msx", ".mss", ".msk", ".msf"};
 constexpr uint32_t kCommitTag = 0x5243464Cu; // "LFCR"
@@ -44,11 +43,11 @@ std::filesystem::path companionPath(const std::filesystem::path& mst, FileKind k
     return p.replace_extension(kExtension[index(kind)]);
 }
 
-std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid)
+std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid, uint32_t version)
 {
     std::vector<uint8_t> out(kMagic[index(kind)], kMagic[index(kind)] + 8);
-    put(out, kVersion, 4);
-    put(out, kEntrySize[index(kind)], 4);
+    put(out, version, 4);
+    put(out, recordSize(kind, version), 4);
     put(out, uid, 8);
     put(out, 0, 8);
     return out;
@@ -56,11 +55,14 @@ std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid)
 
 HeaderCheck checkHeader(FileKind kind, const uint8_t* header)
 {
-    if (std::memcmp(header, kMagic[index(kind)], 8) != 0 || get(header + 12, 4) != kEntrySize[index(kind)])
-        return {HeaderProblem::Foreign, 0};
-    if (get(header + 8, 4) > kVersion)
-        return {HeaderProblem::NewerVersion, 0};
-    return {HeaderProblem::None, get(header + 16, 8)};
+    const auto version = static_cast<uint32_t>(get(header + 8, 4));
+    if (std::memcmp(header, kMagic[index(kind)], 8) != 0 || version < kOldestVersion)
+        return {HeaderProblem::Foreign, 0, 0};
+    if (version > kNewestVersion)
+        return {HeaderProblem::NewerVersion, 0, 0};
+    if (get(header + 12, 4) != recordSize(kind, version))
+        return {HeaderProblem::Foreign, 0, 0};
+    return {HeaderProblem::None, get(header + 16, 8), version};
 }
 
 std::string describe(HeaderProblem problem)
@@ -119,14 +121,14 @@ uint64_t commitOffset(uint32_t slot)
     return kHeaderSize + kParametersSize + uint64_t{slot} * kCommitSize;
 }
 
-bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes)
+bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes, uint32_t version)
 {
     // A damaged count or length must not wrap the offsets computed from it.
     if (record.count > kMostStructures || record.dataBytes > sizes[index(FileKind::Mss)] ||
         sizes[index(FileKind::Mss)] - record.dataBytes < kHeaderSize)
         return false;
     for (FileKind k : {FileKind::Msx, FileKind::Msk, FileKind::Msf})
-        if (sizes[index(k)] < entryOffset(k, record.count))
+        if (sizes[index(k)] < entryOffset(k, record.count, version))
             return false;
     return sizes[index(FileKind::Mst)] >= commitOffset(2);
 }

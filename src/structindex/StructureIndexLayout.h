@@ -25,19 +25,41 @@ inline constexpr std::array<FileKind, kFileCount> kCreationOrder = {
 inline constexpr size_t kHeaderSize = 32;
 inline constexpr size_t kParametersSize = 32;
 inline constexpr size_t kCommitSize = 32;
+// Format versions: 1 keeps the pattern fingerprint alone in .msk; 2, what a new index gets,
+// follows it with the atom-type key. A rebuild appends to an index in the version it has.
+inline constexpr uint32_t kOldestVersion = 1;
+inline constexpr uint32_t kNewestVersion = 2;
+inline constexpr size_t kEntryBytes = 24;                                // .msx
+inline constexpr size_t kKeyBytes = MoleculeRecord::kFingerprintBits / 8; // one key of .msk
+inline constexpr size_t kFactsBytes = 16;                                // .msf
 // Size of one structure's record in each file; 0 where records vary.
-inline constexpr size_t kEntrySize[kFileCount] = {0, 24, 0, MoleculeRecord::kFingerprintBits / 8, 16};
+constexpr size_t recordSize(FileKind kind, uint32_t version)
+{
+    switch (kind) {
+    case FileKind::Msx:
+        return kEntryBytes;
+    case FileKind::Msk:
+        return version >= 2 ? 2 * kKeyBytes : kKeyBytes;
+    case FileKind::Msf:
+        return kFactsBytes;
+    case FileKind::Mst:
+    case FileKind::Mss:
+        break;
+    }
+    return 0;
+}
 inline constexpr uint32_t kFlagNoStructure = 1;
 // Identifiers are 32-bit (a row's MOL_ID), numbered from 1.
 inline constexpr uint64_t kMostStructures = 0x7fffffff;
 
 std::filesystem::path companionPath(const std::filesystem::path& mst, FileKind kind);
 
-std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid);
+std::vector<uint8_t> encodeHeader(FileKind kind, uint64_t uid, uint32_t version = kNewestVersion);
 enum class HeaderProblem { None, Foreign, NewerVersion };
 struct HeaderCheck {
     HeaderProblem problem = HeaderProblem::None;
     uint64_t uid = 0;
+    uint32_t version = 0;
 };
 HeaderCheck checkHeader(FileKind kind, const uint8_t* header);
 std::string describe(HeaderProblem problem);
@@ -58,11 +80,11 @@ std::optional<CommitRecord> decodeCommit(const uint8_t* raw);
 uint64_t commitOffset(uint32_t slot);
 // Whether files of these sizes (in the order of kKinds) hold everything the record covers; a
 // record that claims more structures than identifiers can number never fits.
-bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes);
+bool fits(const CommitRecord& record, const std::array<uint64_t, kFileCount>& sizes, uint32_t version);
 
-inline uint64_t entryOffset(FileKind kind, uint64_t position)
+inline uint64_t entryOffset(FileKind kind, uint64_t position, uint32_t version)
 {
-    return kHeaderSize + position * kEntrySize[static_cast<size_t>(kind)];
+    return kHeaderSize + position * recordSize(kind, version);
 }
 
 struct Entry {

@@ -70,7 +70,7 @@ TEST_F(IndexSnapshotTest, ReadsWhatTheLastCommitCounts)
 {
     build({"first", "", "third"});
     IndexSnapshot snapshot(mst);
-    EXPECT_EQ(snapshot.formatVersion(), 1u);
+    EXPECT_EQ(snapshot.formatVersion(), 2u);
     EXPECT_EQ(snapshot.count(), 3u);
     EXPECT_TRUE(snapshot.buildEnded());
     EXPECT_EQ(snapshot.uncommittedBytes(), 0u);
@@ -159,7 +159,7 @@ TEST_F(IndexSnapshotTest, AMissingOrForeignIndexFileIsUnusable)
 TEST_F(IndexSnapshotTest, AnIndexOfALaterVersionIsUnusable)
 {
     build({"a"});
-    flipByte(".mst", 9); // version 1 -> 4097
+    flipByte(".mst", 9); // version 2 -> 4098
     EXPECT_EQ(failure(), std::make_pair(IndexError::Kind::Unusable,
                                         "\"" + mst.string() +
                                             "\" was written by a later version of the structure index"));

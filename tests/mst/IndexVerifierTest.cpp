@@ -3,6 +3,7 @@
 #include "IndexError.h"
 #include "IndexSnapshot.h"
 #include "MstFixtures.h"
+#include "StructureIndexLayout.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
@@ -27,6 +28,8 @@ protected:
 
     // Structure 7's records (position 6: after the entry without a structure).
     static constexpr uint64_t kVictim = 6;
+    static constexpr uint64_t kKeyRecord =
+        indexlayout::recordSize(indexlayout::FileKind::Msk, indexlayout::kNewestVersion);
 
     void flipByte(const char* ext, uint64_t offset) const
     {
@@ -81,14 +84,29 @@ TEST_F(IndexVerifierTest, AFlippedBitInAScreeningKeyIsFound)
     size_t byte = 0;
     while (page.keys[byte] & 0x04)
         ++byte;
-    flipByte(".msk", 32 + kVictim * 256 + byte);
+    flipByte(".msk", 32 + kVictim * kKeyRecord + byte);
     EXPECT_EQ(damage(),
               damaged("structure 7's screening key in \"Labfolio.msk\" does not match its molecule"));
 }
 
+TEST_F(IndexVerifierTest, AFlippedBitInAnAtomTypeKeyIsFound)
+{
+    IndexSnapshot index(mst);
+    IndexSnapshot::Page page;
+    index.readPage(kVictim, 1, page);
+    const uint8_t* types = page.atomTypes(0);
+    ASSERT_NE(types, nullptr);
+    size_t byte = 0;
+    while (types[byte] & 0x04)
+        ++byte;
+    flipByte(".msk", 32 + kVictim * kKeyRecord + indexlayout::kKeyBytes + byte);
+    EXPECT_EQ(damage(),
+              damaged("structure 7's atom-type key in \"Labfolio.msk\" does not match its molecule"));
+}
+
 TEST_F(IndexVerifierTest, AKeyOnAnEntryWithoutAStructureIsFound)
 {
-    flipByte(".msk", 32 + 5 * 256 + 100);
+    flipByte(".msk", 32 + 5 * kKeyRecord + 100);
     EXPECT_EQ(damage(),
               damaged("structure 6's screening key in \"Labfolio.msk\" does not match its molecule"));
 }

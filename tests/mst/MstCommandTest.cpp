@@ -81,7 +81,7 @@ TEST_F(MstCommandTest, InfoShowsCountsSizesAndTheBuild)
 {
     const Result r = run({"info", mst});
     EXPECT_EQ(r.status, kDone) << r.err;
-    EXPECT_NE(r.out.find("Format version    1\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("Format version    2\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Structures        30\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Last identifier   30\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Last build        completed\n"), std::string::npos) << r.out;

@@ -71,9 +71,11 @@ std::vector<MoleculeRecord> records(const std::vector<std::string>& cdxml)
     return out;
 }
 
-void buildIndex(const fs::path& mst, const std::vector<MoleculeRecord>& records, size_t count)
+void buildIndex(const fs::path& mst, const std::vector<MoleculeRecord>& records, size_t count, uint32_t version)
 {
     StructureIndex index;
+    if (version != 0)
+        index.SetCreationVersion(version);
     index.OpenOrCreate(mst.string(), 0);
     count = count ? count : records.size();
     for (size_t i = 0; i < count; ++i) {

@@ -20,9 +20,9 @@ std::vector<std::string> demoStructures();
 // Each structure's record as the chemistry module reads it (empty when it cannot).
 std::vector<MoleculeRecord> records(const std::vector<std::string>& cdxml);
 // Writes an index of the records, count of them taken in turn, committed every ten as the
-// rebuild commits, and flushed at the end.
+// rebuild commits, and flushed at the end; in the newest format version unless one is given.
 void buildIndex(const std::filesystem::path& mst, const std::vector<MoleculeRecord>& records,
-                size_t count = 0);
+                size_t count = 0, uint32_t version = 0);
 
 // The reference a search must equal: every structure read with RDKit directly from its CDXML
 // and matched against the query, one after the other.

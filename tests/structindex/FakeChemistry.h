@@ -72,6 +72,7 @@ public:
         r.binary = "mol:" + text;
         r.fingerprint[0] = text.size();
         r.fingerprint[31] = 0x8000000000000001ull;
+        r.atomTypes[1] = text.size() * 3;
         r.heavyAtoms = static_cast<uint32_t>(text.size());
         r.bonds = 2;
         r.rings = 1;

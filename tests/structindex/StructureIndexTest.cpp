@@ -86,6 +86,48 @@ TEST_F(StructureIndexTest, ReopensWithWhatWasAddedAndContinuesTheIdentifiers)
     EXPECT_EQ(index.LastIdentifier(), 4);
 }
 
+TEST_F(StructureIndexTest, ANewIndexKeepsBothScreeningKeys)
+{
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        EXPECT_EQ(index.FormatVersion(), indexlayout::kNewestVersion);
+        add(index, "first");
+        add(index, "second");
+    }
+    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msk")), 32u + 2 * 512);
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    EXPECT_EQ(index.Record(1).fingerprint, FakeMolecule::recordOf("second").fingerprint);
+    EXPECT_EQ(index.Record(1).atomTypes, FakeMolecule::recordOf("second").atomTypes);
+    EXPECT_NE(index.Record(1).atomTypes, MoleculeRecord::Fingerprint{});
+}
+
+TEST_F(StructureIndexTest, AnIndexOfFormatVersionOneIsAppendedToInItsOwnVersion)
+{
+    {
+        StructureIndex index;
+        index.SetCreationVersion(1);
+        index.OpenOrCreate(mst, 0);
+        add(index, "first");
+    }
+    // A later rebuild into the same folder: readers that know only version 1 still read it.
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+        EXPECT_EQ(index.FormatVersion(), 1u);
+        add(index, "second");
+    }
+    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msk")), 32u + 2 * 256);
+    StructureIndex index;
+    index.OpenOrCreate(mst, 0);
+    ASSERT_EQ(index.Count(), 2);
+    EXPECT_EQ(index.Record(1).binary, "mol:second");
+    EXPECT_EQ(index.Record(1).fingerprint, FakeMolecule::recordOf("second").fingerprint);
+    EXPECT_EQ(index.Record(1).atomTypes, MoleculeRecord::Fingerprint{}) << "version 1 keeps no atom types";
+    EXPECT_THROW(index.SetCreationVersion(3), LfError);
+}
+
 TEST_F(StructureIndexTest, DropsWhatWasWrittenAfterTheLastCommit)
 {
     {
@@ -174,6 +216,25 @@ TEST_F(StructureIndexTest, RefusesForeignDamagedAndLaterFiles)
     }
     fs::copy_file(other.path() / "Labfolio.msk", fs::path(mst).replace_extension(".msk"));
     expectRefused("belongs to another structure index");
+
+    // A companion of the same index in another format version (the identity copied across).
+    fs::remove(mst);
+    {
+        StructureIndex index;
+        index.OpenOrCreate(mst, 0);
+    }
+    {
+        const auto msk = fs::path(mst).replace_extension(".msk");
+        std::ifstream in(msk, std::ios::binary);
+        std::string header(32, '\0');
+        in.read(header.data(), 32);
+        const auto older = indexlayout::encodeHeader(indexlayout::FileKind::Msk, 0, 1);
+        std::copy(older.begin(), older.begin() + 16, header.begin()); // magic, version, record size
+        in.close();
+        fs::resize_file(msk, 0);
+        std::ofstream(msk, std::ios::binary) << header;
+    }
+    expectRefused("\"Labfolio.msk\" is of another format version than its index");
 
     fs::remove(mst);
     {

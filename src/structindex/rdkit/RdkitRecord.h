@@ -1,6 +1,6 @@
 #pragma once
 
-// What the structure index keeps of an RDKit molecule: its pattern fingerprint and counts. The
+// What the structure index keeps of an RDKit molecule: its two screening keys and counts. The
 // chemistry module computes it when it reads a structure; labfolio-mst computes a query's key
 // and checks a stored structure's key the same way, so the three always agree.
 #include <GraphMol/ROMol.h>
@@ -12,6 +12,7 @@
 
 #include <memory>
 
+#include "AtomTypeKey.h"
 #include "MoleculeRecord.h"
 
 namespace rdkitrecord {
@@ -34,6 +35,7 @@ inline MoleculeRecord keyAndCounts(const RDKit::ROMol& molecule)
         RDKit::MolOps::findSSSR(molecule);
     MoleculeRecord r;
     r.fingerprint = patternKey(molecule);
+    r.atomTypes = atomtypes::structureKey(molecule);
     r.heavyAtoms = molecule.getNumHeavyAtoms();
     r.bonds = molecule.getNumBonds();
     r.rings = molecule.getRingInfo()->numRings();
