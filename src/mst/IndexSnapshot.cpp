@@ -156,6 +156,23 @@ void IndexSnapshot::readRecords(FileKind kind, uint64_t first, size_t size, std:
 
 void IndexSnapshot::readPage(uint64_t first, size_t size, Page& page) const
 {
+    readEntries(first, size, page);
+    readKeys(page);
+    readFacts(page);
+}
+
+void IndexSnapshot::readKeys(Page& page) const
+{
+    readRecords(FileKind::Msk, page.first, page.size(), page.keys);
+}
+
+void IndexSnapshot::readFacts(Page& page) const
+{
+    readRecords(FileKind::Msf, page.first, page.size(), page.facts);
+}
+
+void IndexSnapshot::readEntries(uint64_t first, size_t size, Page& page) const
+{
     if (first >= count())
         size = 0;
     else if (size > count() - first)
@@ -181,8 +198,6 @@ void IndexSnapshot::readPage(uint64_t first, size_t size, Page& page) const
         end = e.offset + e.length;
         page.entries.push_back(e);
     }
-    readRecords(FileKind::Msk, first, size, page.keys);
-    readRecords(FileKind::Msf, first, size, page.facts);
 }
 
 std::string_view IndexSnapshot::moleculeAt(uint64_t position, const Entry& entry, ReadAhead& ahead) const
@@ -219,7 +234,7 @@ static_assert(std::endian::native == std::endian::little);
 
 bool IndexSnapshot::Page::keyHolds(size_t i, const std::vector<std::pair<size_t, uint64_t>>& words) const
 {
-    const uint8_t* key = keys.data() + i * recordSize(FileKind::Msk, version);
+    const uint8_t* key = keys.data() + i * kKeyBytes;
     for (const auto& [w, bits] : words) {
         uint64_t word;
         std::memcpy(&word, key + 8 * w, 8);
@@ -231,29 +246,29 @@ bool IndexSnapshot::Page::keyHolds(size_t i, const std::vector<std::pair<size_t,
 
 const uint8_t* IndexSnapshot::Page::atomTypes(size_t i) const
 {
-    return version >= 2 ? keys.data() + i * recordSize(FileKind::Msk, version) + kKeyBytes : nullptr;
+    return version >= 2 ? facts.data() + i * recordSize(FileKind::Msf, version) + kFactsBytes : nullptr;
 }
 
 uint32_t IndexSnapshot::Page::heavyAtoms(size_t i) const
 {
     uint32_t n;
-    std::memcpy(&n, facts.data() + i * kFactsBytes, 4);
+    std::memcpy(&n, facts.data() + i * recordSize(FileKind::Msf, version), 4);
     return n;
 }
 
 uint32_t IndexSnapshot::Page::bonds(size_t i) const
 {
     uint32_t n;
-    std::memcpy(&n, facts.data() + i * kFactsBytes + 4, 4);
+    std::memcpy(&n, facts.data() + i * recordSize(FileKind::Msf, version) + 4, 4);
     return n;
 }
 
 MoleculeRecord IndexSnapshot::Page::record(size_t i) const
 {
     MoleculeRecord r;
-    decodeFingerprint(keys.data() + i * recordSize(FileKind::Msk, version), r.fingerprint);
+    decodeFingerprint(keys.data() + i * kKeyBytes, r.fingerprint);
     if (const uint8_t* types = atomTypes(i))
         decodeFingerprint(types, r.atomTypes);
-    decodeFacts(facts.data() + i * kFactsBytes, r);
+    decodeFacts(facts.data() + i * recordSize(FileKind::Msf, version), r);
     return r;
 }

@@ -46,10 +46,10 @@ public:
     // offset table is checked as it is read: identifiers in order, molecules one after the other.
     struct Page {
         uint64_t first = 0;
-        uint32_t version = 0; // of the index: whether keys hold atom types
+        uint32_t version = 0; // of the index: whether facts hold atom types
         std::vector<indexlayout::Entry> entries;
-        std::vector<uint8_t> keys;  // indexlayout::recordSize(Msk, version) bytes a structure
-        std::vector<uint8_t> facts; // 16 bytes a structure
+        std::vector<uint8_t> keys;  // 256 bytes a structure
+        std::vector<uint8_t> facts; // indexlayout::recordSize(Msf, version) bytes a structure
         std::vector<uint8_t> raw;   // the offset table as read
         size_t size() const { return entries.size(); }
         // Whether the structure's pattern key holds these bits: (word, bits of it) pairs.
@@ -61,6 +61,11 @@ public:
         uint32_t bonds(size_t i) const;
     };
     void readPage(uint64_t first, size_t size, Page& page) const;
+    // The same in parts, for a search that needs not every part of every page: the entries
+    // first, then the keys or the facts of the same structures.
+    void readEntries(uint64_t first, size_t size, Page& page) const;
+    void readKeys(Page& page) const;
+    void readFacts(Page& page) const;
     // Molecules read ahead of the one asked for, so that the next ones of a page come without
     // another read of the file. One for each thread.
     struct ReadAhead {

@@ -40,7 +40,7 @@ IndexVerifier::Counts IndexVerifier::run() const
                 m_index.damaged(m_index.recordName(position, "screening key", FileKind::Msk) +
                                 " does not match its molecule");
             if (page.atomTypes(i) != nullptr && stored.atomTypes != expected.atomTypes)
-                m_index.damaged(m_index.recordName(position, "atom-type key", FileKind::Msk) +
+                m_index.damaged(m_index.recordName(position, "atom-type key", FileKind::Msf) +
                                 " does not match its molecule");
             if (stored.heavyAtoms != expected.heavyAtoms || stored.bonds != expected.bonds ||
                 stored.rings != expected.rings)

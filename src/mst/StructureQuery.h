@@ -33,6 +33,9 @@ public:
     // atom or bonded pair of each type the pattern names. True for a query that names none.
     bool atomTypesAllow(const uint8_t* key) const;
     bool namesAtomTypes() const { return !m_atomTypes.empty(); }
+    // Whether the counts and atom types (.msf) screen this query more than its pattern key does
+    // alone: for an exact query and for a pattern that names atom types.
+    bool screensWithFacts() const { return m_exact || namesAtomTypes(); }
 
     // Matches stored structures against the query; one for each thread, since RDKit's matcher
     // keeps state in recursive SMARTS.

@@ -99,13 +99,15 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
     const uint64_t pages = (m_index.count() + kPageSize - 1) / kPageSize;
     PageQueue queue(pages, options.limit, onHit);
 
-    // A structure the keys or counts rule out cannot hold the query; only the others are read.
-    auto screenedOut = [&](const IndexSnapshot::Page& page, size_t i) {
+    // A structure the pattern key or the facts (counts, atom types) rule out cannot hold the
+    // query; only the others are read. The keys come first; a page they leave nothing of is done
+    // without its facts, which a plain substructure query does not read at all.
+    const bool facts = m_query.screensWithFacts();
+    auto factsAllow = [&](const IndexSnapshot::Page& page, size_t i) {
         if (!m_query.countsAllow(page.heavyAtoms(i), page.bonds(i)))
-            return true;
-        if (const uint8_t* types = page.atomTypes(i); types && !m_query.atomTypesAllow(types))
-            return true;
-        return !page.keyHolds(i, m_query.keyWords());
+            return false;
+        const uint8_t* types = page.atomTypes(i);
+        return types == nullptr || m_query.atomTypesAllow(types);
     };
     auto work = [&] {
         StructureQuery::Matcher matcher(m_query);
@@ -114,17 +116,28 @@ SubstructureSearch::Counts SubstructureSearch::run(const Options& options,
         std::vector<size_t> candidates;
         for (uint64_t p = 0; queue.take(p);) {
             try {
-                m_index.readPage(p * kPageSize, kPageSize, page);
+                m_index.readEntries(p * kPageSize, kPageSize, page);
                 Counts counts;
+                counts.structures = page.size();
                 candidates.clear();
                 for (size_t i = 0; i < page.size(); ++i) {
-                    ++counts.structures;
                     if (page.entries[i].length == 0)
                         ++counts.empty;
-                    else if (screenedOut(page, i))
-                        ++counts.screenedOut;
                     else
                         candidates.push_back(i);
+                }
+                auto keep = [&](auto allows) {
+                    const size_t before = candidates.size();
+                    std::erase_if(candidates, [&](size_t i) { return !allows(i); });
+                    counts.screenedOut += before - candidates.size();
+                };
+                if (!candidates.empty()) {
+                    m_index.readKeys(page);
+                    keep([&](size_t i) { return page.keyHolds(i, m_query.keyWords()); });
+                }
+                if (facts && !candidates.empty()) {
+                    m_index.readFacts(page);
+                    keep([&](size_t i) { return factsAllow(page, i); });
                 }
                 if (!candidates.empty()) {
                     const auto& last = page.entries[candidates.back()];

@@ -280,9 +280,9 @@ void StructureIndex::Commit()
         appendEntry(msx, {bytes, static_cast<uint32_t>(r.binary.size()), r.empty() ? kFlagNoStructure : 0u,
                           static_cast<uint32_t>(id++), crc32(r.binary.data(), r.binary.size())});
         appendFingerprint(msk, r.fingerprint);
-        if (m_version >= 2)
-            appendFingerprint(msk, r.atomTypes);
         appendFacts(msf, r);
+        if (m_version >= 2)
+            appendFingerprint(msf, r.atomTypes);
         mss += r.binary;
         bytes += r.binary.size();
     }
@@ -344,8 +344,8 @@ MoleculeRecord StructureIndex::Record(int64_t position) const
         return m_pending[static_cast<size_t>(position - m_committed)];
     const auto n = static_cast<uint64_t>(position);
     std::array<uint8_t, kEntryBytes> rawEntry{};
-    std::vector<uint8_t> rawKey(recordSize(FileKind::Msk, m_version));
-    std::array<uint8_t, kFactsBytes> rawFacts{};
+    std::array<uint8_t, kKeyBytes> rawKey{};
+    std::vector<uint8_t> rawFacts(recordSize(FileKind::Msf, m_version));
     MoleculeRecord r;
     bool ok = readAt((*m_files)[FileKind::Msx], entryOffset(FileKind::Msx, n, m_version), rawEntry.data(),
                      rawEntry.size()) &&
@@ -365,8 +365,8 @@ MoleculeRecord StructureIndex::Record(int64_t position) const
                       "while reading the structure index \"" + m_path.string() + "\": structure " +
                           std::to_string(position + 1) + " is damaged");
     decodeFingerprint(rawKey.data(), r.fingerprint);
-    if (m_version >= 2)
-        decodeFingerprint(rawKey.data() + kKeyBytes, r.atomTypes);
     decodeFacts(rawFacts.data(), r);
+    if (m_version >= 2)
+        decodeFingerprint(rawFacts.data() + kFactsBytes, r.atomTypes);
     return r;
 }

@@ -25,13 +25,13 @@ inline constexpr std::array<FileKind, kFileCount> kCreationOrder = {
 inline constexpr size_t kHeaderSize = 32;
 inline constexpr size_t kParametersSize = 32;
 inline constexpr size_t kCommitSize = 32;
-// Format versions: 1 keeps the pattern fingerprint alone in .msk; 2, what a new index gets,
-// follows it with the atom-type key. A rebuild appends to an index in the version it has.
+// Format versions: 1 keeps counts alone in .msf; 2, what a new index gets, follows them with the
+// atom-type key. A rebuild appends to an index in the version it has.
 inline constexpr uint32_t kOldestVersion = 1;
 inline constexpr uint32_t kNewestVersion = 2;
 inline constexpr size_t kEntryBytes = 24;                                // .msx
-inline constexpr size_t kKeyBytes = MoleculeRecord::kFingerprintBits / 8; // one key of .msk
-inline constexpr size_t kFactsBytes = 16;                                // .msf
+inline constexpr size_t kKeyBytes = MoleculeRecord::kFingerprintBits / 8; // one key
+inline constexpr size_t kFactsBytes = 16;                                // the counts of .msf
 // Size of one structure's record in each file; 0 where records vary.
 constexpr size_t recordSize(FileKind kind, uint32_t version)
 {
@@ -39,9 +39,9 @@ constexpr size_t recordSize(FileKind kind, uint32_t version)
     case FileKind::Msx:
         return kEntryBytes;
     case FileKind::Msk:
-        return version >= 2 ? 2 * kKeyBytes : kKeyBytes;
+        return kKeyBytes;
     case FileKind::Msf:
-        return kFactsBytes;
+        return version >= 2 ? kFactsBytes + kKeyBytes : kFactsBytes;
     case FileKind::Mst:
     case FileKind::Mss:
         break;

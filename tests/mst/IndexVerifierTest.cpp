@@ -30,6 +30,8 @@ protected:
     static constexpr uint64_t kVictim = 6;
     static constexpr uint64_t kKeyRecord =
         indexlayout::recordSize(indexlayout::FileKind::Msk, indexlayout::kNewestVersion);
+    static constexpr uint64_t kFactsRecord =
+        indexlayout::recordSize(indexlayout::FileKind::Msf, indexlayout::kNewestVersion);
 
     void flipByte(const char* ext, uint64_t offset) const
     {
@@ -99,9 +101,9 @@ TEST_F(IndexVerifierTest, AFlippedBitInAnAtomTypeKeyIsFound)
     size_t byte = 0;
     while (types[byte] & 0x04)
         ++byte;
-    flipByte(".msk", 32 + kVictim * kKeyRecord + indexlayout::kKeyBytes + byte);
+    flipByte(".msf", 32 + kVictim * kFactsRecord + indexlayout::kFactsBytes + byte);
     EXPECT_EQ(damage(),
-              damaged("structure 7's atom-type key in \"Labfolio.msk\" does not match its molecule"));
+              damaged("structure 7's atom-type key in \"Labfolio.msf\" does not match its molecule"));
 }
 
 TEST_F(IndexVerifierTest, AKeyOnAnEntryWithoutAStructureIsFound)
@@ -113,7 +115,7 @@ TEST_F(IndexVerifierTest, AKeyOnAnEntryWithoutAStructureIsFound)
 
 TEST_F(IndexVerifierTest, WrongCountsAreFound)
 {
-    flipByte(".msf", 32 + kVictim * 16 + 4); // bonds
+    flipByte(".msf", 32 + kVictim * kFactsRecord + 4); // bonds
     EXPECT_EQ(damage(), damaged("structure 7's counts in \"Labfolio.msf\" do not match its molecule"));
 }
 

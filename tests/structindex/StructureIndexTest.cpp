@@ -95,7 +95,8 @@ TEST_F(StructureIndexTest, ANewIndexKeepsBothScreeningKeys)
         add(index, "first");
         add(index, "second");
     }
-    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msk")), 32u + 2 * 512);
+    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msk")), 32u + 2 * 256);
+    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msf")), 32u + 2 * (16 + 256));
     StructureIndex index;
     index.OpenOrCreate(mst, 0);
     EXPECT_EQ(index.Record(1).fingerprint, FakeMolecule::recordOf("second").fingerprint);
@@ -118,7 +119,7 @@ TEST_F(StructureIndexTest, AnIndexOfFormatVersionOneIsAppendedToInItsOwnVersion)
         EXPECT_EQ(index.FormatVersion(), 1u);
         add(index, "second");
     }
-    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msk")), 32u + 2 * 256);
+    EXPECT_EQ(fs::file_size(fs::path(mst).replace_extension(".msf")), 32u + 2 * 16);
     StructureIndex index;
     index.OpenOrCreate(mst, 0);
     ASSERT_EQ(index.Count(), 2);
@@ -224,17 +225,17 @@ TEST_F(StructureIndexTest, RefusesForeignDamagedAndLaterFiles)
         index.OpenOrCreate(mst, 0);
     }
     {
-        const auto msk = fs::path(mst).replace_extension(".msk");
-        std::ifstream in(msk, std::ios::binary);
+        const auto msf = fs::path(mst).replace_extension(".msf");
+        std::ifstream in(msf, std::ios::binary);
         std::string header(32, '\0');
         in.read(header.data(), 32);
-        const auto older = indexlayout::encodeHeader(indexlayout::FileKind::Msk, 0, 1);
+        const auto older = indexlayout::encodeHeader(indexlayout::FileKind::Msf, 0, 1);
         std::copy(older.begin(), older.begin() + 16, header.begin()); // magic, version, record size
         in.close();
-        fs::resize_file(msk, 0);
-        std::ofstream(msk, std::ios::binary) << header;
+        fs::resize_file(msf, 0);
+        std::ofstream(msf, std::ios::binary) << header;
     }
-    expectRefused("\"Labfolio.msk\" is of another format version than its index");
+    expectRefused("\"Labfolio.msf\" is of another format version than its index");
 
     fs::remove(mst);
     {

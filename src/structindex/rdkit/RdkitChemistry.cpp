@@ -32,7 +32,9 @@ public:
         for (size_t i = 1; i < parts.size(); ++i)
             whole.insertMol(*parts[i]);
         MoleculeRecord r = rdkitrecord::keyAndCounts(whole);
-        RDKit::MolPickler::pickleMol(whole, r.binary);
+        // The index searches structures; their drawing stays in the CDXML the database keeps.
+        // Without coordinates a molecule takes half the room and is rebuilt faster.
+        RDKit::MolPickler::pickleMol(whole, r.binary, RDKit::PicklerOps::NoConformers);
         m_record = std::move(r);
     }
 
