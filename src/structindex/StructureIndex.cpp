@@ -81,8 +81,11 @@ StructureIndex::StructureIndex() : m_creationVersion(kNewestVersion) {}
 
 void StructureIndex::SetCreationVersion(uint32_t version)
 {
+    // Asked before any index is open: the message names the version, there is no file yet.
     if (version < kOldestVersion || version > kNewestVersion)
-        fail("OpenOrCreate", "there is no format version " + std::to_string(version));
+        throw LfError(LfError::kObjectError513, "StructureIndex.SetCreationVersion",
+                      "the structure index has no format version " + std::to_string(version) + " (only " +
+                          std::to_string(kOldestVersion) + " to " + std::to_string(kNewestVersion) + ")");
     m_creationVersion = version;
 }
 

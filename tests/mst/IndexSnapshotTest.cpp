@@ -3,6 +3,7 @@
 #include "FakeChemistry.h"
 #include "IndexError.h"
 #include "StructureIndex.h"
+#include "StructureIndexLayout.h"
 #include "TempDir.h"
 
 #include <gtest/gtest.h>
@@ -183,6 +184,21 @@ TEST_F(IndexSnapshotTest, AMissingCompanionOrOneOfAnotherIndexIsDamage)
         failure(),
         std::make_pair(IndexError::Kind::Damaged,
                        damaged + "its companion file \"Labfolio.msk\" belongs to another structure index"));
+}
+
+TEST_F(IndexSnapshotTest, ACompanionOfAnotherFormatVersionIsDamage)
+{
+    build({"a"});
+    // The same index's identity, but the header of version 1's facts file.
+    std::string header(32, '\0');
+    std::ifstream(file(".msf"), std::ios::binary).read(header.data(), 32);
+    const auto older = indexlayout::encodeHeader(indexlayout::FileKind::Msf, 0, 1);
+    std::copy(older.begin(), older.begin() + 16, header.begin());
+    std::ofstream(file(".msf"), std::ios::binary) << header;
+    EXPECT_EQ(failure(), std::make_pair(IndexError::Kind::Damaged,
+                                        "the structure index \"" + mst.string() +
+                                            "\" is damaged: its companion file \"Labfolio.msf\" is of format "
+                                            "version 1, the index of 2"));
 }
 
 TEST_F(IndexSnapshotTest, ATruncatedCompanionIsDamage)

@@ -126,7 +126,12 @@ TEST_F(StructureIndexTest, AnIndexOfFormatVersionOneIsAppendedToInItsOwnVersion)
     EXPECT_EQ(index.Record(1).binary, "mol:second");
     EXPECT_EQ(index.Record(1).fingerprint, FakeMolecule::recordOf("second").fingerprint);
     EXPECT_EQ(index.Record(1).atomTypes, MoleculeRecord::Fingerprint{}) << "version 1 keeps no atom types";
-    EXPECT_THROW(index.SetCreationVersion(3), LfError);
+    try {
+        index.SetCreationVersion(3);
+        ADD_FAILURE() << "accepted";
+    } catch (const LfError& e) {
+        EXPECT_EQ(e.description(), "the structure index has no format version 3 (only 1 to 2)");
+    }
 }
 
 TEST_F(StructureIndexTest, DropsWhatWasWrittenAfterTheLastCommit)
